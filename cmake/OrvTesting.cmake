@@ -1,0 +1,16 @@
+find_package(GTest REQUIRED)
+include(GoogleTest)
+pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+
+# orv_add_tests(NAME SOURCES file… [LABELS label…])
+# One test program, its tests listed one by one in ctest. The label "concurrent" marks what also runs under the
+# thread sanitizer.
+function(orv_add_tests name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LABELS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE
+    orv_compile_options orv_static orv_test_support GTest::gtest_main)
+  gtest_discover_tests(${name}
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS "${arg_LABELS}" TIMEOUT 300)
+endfunction()
