@@ -18,8 +18,7 @@ std::optional<IndependentReading> readIndependently(const std::string& path) {
   reading.subFormat = info.format & SF_FORMAT_SUBMASK;
   const auto samples = static_cast<std::size_t>(info.frames) * static_cast<std::size_t>(info.channels);
   reading.ints.resize(samples);
-  reading.ints.resize(
-      static_cast<std::size_t>(sf_readf_int(file, reading.ints.data(), info.frames) * info.channels));
+  reading.ints.resize(static_cast<std::size_t>(sf_readf_int(file, reading.ints.data(), info.frames) * info.channels));
   reading.doubles.resize(samples);
   sf_seek(file, 0, SEEK_SET);
   reading.doubles.resize(

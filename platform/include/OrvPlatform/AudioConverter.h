@@ -58,9 +58,9 @@ class ORV_API Converter {
   virtual ~Converter();
 
   /// Converts all of the input. `*outputSize`: capacity in bytes, then bytes produced. When resampling, the output lags
-  /// behind by the filter's delay and catches up at `drain`. `kAudioConverterErr_InvalidInputSize` when the input is not
-  /// whole packets, `kAudioConverterErr_InvalidOutputSize` when the output has no room for what is certain to come; both
-  /// leave the state as it was. Input and output must not overlap.
+  /// behind by the filter's delay and catches up at `drain`. `kAudioConverterErr_InvalidInputSize` when the input is
+  /// not whole packets, `kAudioConverterErr_InvalidOutputSize` when the output has no room for what is certain to come;
+  /// both leave the state as it was. Input and output must not overlap.
   virtual OSStatus convert(const void* input, std::uint32_t inputSize, void* output, std::uint32_t* outputSize) = 0;
 
   /// Delivers what the resampler still holds, as at the end of the stream; to be called until it produces 0 bytes.

@@ -18,8 +18,8 @@
 /// format says what they mean.
 ///
 /// A file that is opened for update keeps every chunk that is not the service's own, before and behind the sound data.
-/// While it grows, its header follows at least once a second and after `AudioFileUpdateSizes`, so that a process that is
-/// killed leaves a file that opens.
+/// While it grows, its header follows at least once a second and after `AudioFileUpdateSizes`, so that a process that
+/// is killed leaves a file that opens.
 
 using AudioFileTypeID = FourCharCode;
 
@@ -47,17 +47,17 @@ using AudioFilePropertyID = FourCharCode;
 inline constexpr AudioFilePropertyID kAudioFilePropertyFileFormat = orv::fourCC("ffmt");  ///< AudioFileTypeID
 inline constexpr AudioFilePropertyID kAudioFilePropertyDataFormat =
     orv::fourCC("dfmt");  ///< AudioStreamBasicDescription
-inline constexpr AudioFilePropertyID kAudioFilePropertyDataFormatName = orv::fourCC("fnme");      ///< UTF-8 text, no zero
-inline constexpr AudioFilePropertyID kAudioFilePropertyIsOptimized = orv::fourCC("optm");         ///< uint32: 1 when
-                                                                                                  ///< nothing lies
-                                                                                                  ///< behind the audio
-inline constexpr AudioFilePropertyID kAudioFilePropertyMagicCookieData = orv::fourCC("mgic");     ///< bytes
-inline constexpr AudioFilePropertyID kAudioFilePropertyAudioDataByteCount = orv::fourCC("bcnt");  ///< uint64
+inline constexpr AudioFilePropertyID kAudioFilePropertyDataFormatName = orv::fourCC("fnme");   ///< UTF-8 text, no zero
+inline constexpr AudioFilePropertyID kAudioFilePropertyIsOptimized = orv::fourCC("optm");      ///< uint32: 1 when
+                                                                                               ///< nothing lies
+                                                                                               ///< behind the audio
+inline constexpr AudioFilePropertyID kAudioFilePropertyMagicCookieData = orv::fourCC("mgic");  ///< bytes
+inline constexpr AudioFilePropertyID kAudioFilePropertyAudioDataByteCount = orv::fourCC("bcnt");    ///< uint64
 inline constexpr AudioFilePropertyID kAudioFilePropertyAudioDataPacketCount = orv::fourCC("pcnt");  ///< uint64
 inline constexpr AudioFilePropertyID kAudioFilePropertyMaximumPacketSize = orv::fourCC("psze");     ///< uint32, bytes
 
 /// What `AudioFileOpen` may do with the file.
-inline constexpr std::int8_t kFileReadPermission = 1;    ///< read
+inline constexpr std::int8_t kFileReadPermission = 1;       ///< read
 inline constexpr std::int8_t kFileReadWritePermission = 3;  ///< read and write
 
 namespace orv {
@@ -80,8 +80,8 @@ class ORV_API AudioFileSession {
   /// Whether nothing lies behind the audio data, so that growing the file moves nothing.
   virtual bool isOptimized() const = 0;
 
-  /// Reads up to `*count` bytes from `start` on; `*count` gets the bytes read. `kEndOfFileStatus` when fewer than asked
-  /// for are there.
+  /// Reads up to `*count` bytes from `start` on; `*count` gets the bytes read: fewer than asked for, with success, just
+  /// before the end of the data; none, with `kEndOfFileStatus`, at or past it (asking for 0 bytes always succeeds).
   virtual OSStatus readBytes(std::int64_t start, std::uint32_t* count, void* buffer) = 0;
 
   /// Writes `*count` bytes at `start`, which may be at most the end of the audio data; `*count` gets the bytes that are
@@ -104,7 +104,8 @@ class ORV_API AudioFileService {
   /// Makes `path` a new file that holds a header and no audio. `kFileExistsStatus` when it exists already.
   virtual OSStatus create(const std::string& path, AudioFileTypeID type, const AudioStreamBasicDescription& format,
                           std::unique_ptr<AudioFileSession>* session) = 0;
-  /// Empties the existing file `path` and makes it what `create` makes. The format is checked before the file is touched.
+  /// Empties the existing file `path` and makes it what `create` makes. The format is checked before the file is
+  /// touched.
   virtual OSStatus initialize(const std::string& path, AudioFileTypeID type, const AudioStreamBasicDescription& format,
                               std::unique_ptr<AudioFileSession>* session) = 0;
   /// Opens `path` for reading, or for reading and writing in place.
@@ -135,8 +136,7 @@ ORV_API OSStatus AudioFileCreate(const FSRef* directory, const char* name, Audio
                                  AudioFileID* file);
 /// Empties an existing file and gives it a new header. `flags` must be 0.
 ORV_API OSStatus AudioFileInitialize(const FSRef* fileRef, AudioFileTypeID type,
-                                     const AudioStreamBasicDescription* format, std::uint32_t flags,
-                                     AudioFileID* file);
+                                     const AudioStreamBasicDescription* format, std::uint32_t flags, AudioFileID* file);
 /// `permissions`: `kFileReadPermission` or `kFileReadWritePermission`. `typeHint` is not needed: the content decides.
 ORV_API OSStatus AudioFileOpen(const FSRef* fileRef, std::int8_t permissions, AudioFileTypeID typeHint,
                                AudioFileID* file);

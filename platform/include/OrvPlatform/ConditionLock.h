@@ -37,8 +37,14 @@ class ORV_API ConditionLock {
   /// Sets the condition and leaves the lock free, whoever held it. Real-time safe.
   void unlockWithCondition(std::int32_t condition) noexcept;
 
+  /// For the holder: as `unlockWithCondition`, unless somebody else has released the lock since it was taken; then it
+  /// changes nothing and returns false. A worker ends its pass with it, so that a request that came in meanwhile is not
+  /// wiped out. Real-time safe.
+  bool unlockIfStillTaken(std::int32_t condition) noexcept;
+
  private:
   bool tryTake(std::int32_t condition) noexcept;
+  void wakeWaiters() noexcept;
 
   std::atomic<std::uint64_t> state_;        // bit 32: taken; bits 0-31: condition
   std::atomic<std::uint32_t> releases_{0};  // counts releases: the word that waiters sleep on

@@ -27,8 +27,8 @@ class ORV_API FileHandle {
   FileHandle& operator=(const FileHandle&) = delete;
   virtual ~FileHandle();
 
-  /// Reads up to `length` bytes at byte `offset` into `buffer`. `*moved` gets the bytes read: fewer than `length` only at
-  /// the end of the file or on failure.
+  /// Reads up to `length` bytes at byte `offset` into `buffer`. `*moved` gets the bytes read: fewer than `length` only
+  /// at the end of the file or on failure.
   virtual OSStatus readAt(std::int64_t offset, void* buffer, std::size_t length, std::size_t* moved) = 0;
 
   /// Writes `length` bytes at byte `offset`, which may lie past the end: what is between reads as zeros. `*moved` gets

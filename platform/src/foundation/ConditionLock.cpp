@@ -20,7 +20,9 @@ constexpr std::uint64_t kTaken = std::uint64_t{1} << 32;
 /// tens of microseconds late, which is as long as filling a cache buffer takes.
 constexpr auto kWatchTime = std::chrono::microseconds(50);
 
-constexpr std::uint64_t freeWith(std::int32_t condition) { return static_cast<std::uint32_t>(condition); }
+constexpr std::uint64_t freeWith(std::int32_t condition) {
+  return static_cast<std::uint32_t>(condition);
+}
 
 void pauseProcessor() {
 #if defined(__x86_64__) || defined(__i386__)
@@ -67,7 +69,9 @@ bool ConditionLock::tryTake(std::int32_t condition) noexcept {
                                         std::memory_order_relaxed);
 }
 
-bool ConditionLock::tryLockWhenCondition(std::int32_t condition) noexcept { return tryTake(condition); }
+bool ConditionLock::tryLockWhenCondition(std::int32_t condition) noexcept {
+  return tryTake(condition);
+}
 
 void ConditionLock::lockWhenCondition(std::int32_t condition) noexcept {
   lockWhenConditionBefore(condition, std::chrono::nanoseconds::max());
@@ -116,6 +120,22 @@ bool ConditionLock::lockWhenConditionBefore(std::int32_t condition, std::chrono:
 
 void ConditionLock::unlockWithCondition(std::int32_t condition) noexcept {
   state_.store(freeWith(condition), std::memory_order_release);
+  wakeWaiters();
+}
+
+bool ConditionLock::unlockIfStillTaken(std::int32_t condition) noexcept {
+  std::uint64_t state = state_.load(std::memory_order_relaxed);
+  do {
+    if ((state & kTaken) == 0) {
+      return false;
+    }
+  } while (
+      !state_.compare_exchange_weak(state, freeWith(condition), std::memory_order_acq_rel, std::memory_order_relaxed));
+  wakeWaiters();
+  return true;
+}
+
+void ConditionLock::wakeWaiters() noexcept {
   releases_.fetch_add(1, std::memory_order_seq_cst);
   if (waiters_.load(std::memory_order_seq_cst) != 0) {
     wakeAll(releases_);

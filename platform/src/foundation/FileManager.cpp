@@ -16,7 +16,9 @@ ServiceSlot<FileManager>& slot() {
 FileManager::~FileManager() = default;
 FileManagerHandler::~FileManagerHandler() = default;
 
-std::shared_ptr<FileManager> fileManager() { return slot().get(); }
+std::shared_ptr<FileManager> fileManager() {
+  return slot().get();
+}
 
 std::shared_ptr<FileManager> installFileManager(std::shared_ptr<FileManager> manager) {
   return slot().install(std::move(manager));

@@ -8,7 +8,9 @@
 
 namespace orv {
 
-PosixFile::~PosixFile() { ::close(descriptor_); }
+PosixFile::~PosixFile() {
+  ::close(descriptor_);
+}
 
 OSStatus PosixFile::readAt(std::int64_t offset, void* buffer, std::size_t length, std::size_t* moved) {
   auto* bytes = static_cast<char*>(buffer);
@@ -60,6 +62,8 @@ OSStatus PosixFile::reserve(std::int64_t offset, std::int64_t length) {
   return length <= 0 ? noErr : statusFromErrno(::posix_fallocate(descriptor_, offset, length));
 }
 
-OSStatus PosixFile::synchronise() { return ::fsync(descriptor_) == 0 ? noErr : statusFromErrno(errno); }
+OSStatus PosixFile::synchronise() {
+  return ::fsync(descriptor_) == 0 ? noErr : statusFromErrno(errno);
+}
 
 }  // namespace orv

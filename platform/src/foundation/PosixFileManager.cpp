@@ -52,9 +52,14 @@ std::optional<FourCharCode> readCode(const std::string& path, const char* attrib
 }
 
 /// File systems without extended attributes, or without room for one more, simply keep none.
-bool keepsNoAttributes(int error) { return error == ENOTSUP || error == ENOSPC || error == E2BIG || error == EDQUOT; }
+bool keepsNoAttributes(int error) {
+  return error == ENOTSUP || error == ENOSPC || error == E2BIG || error == EDQUOT;
+}
 
 OSStatus writeCode(const std::string& path, const char* attribute, FourCharCode code) {
+  if (readCode(path, attribute) == code) {
+    return noErr;  // a file that is only read again and again is not touched each time
+  }
   const std::array<char, 4> bytes = bytesOf(code);
   if (::setxattr(path.c_str(), attribute, bytes.data(), bytes.size(), 0) == 0 || keepsNoAttributes(errno)) {
     return noErr;

@@ -18,7 +18,9 @@ namespace {
 /// Nice values run from 19 (lowest) to −20 (highest); 0.5 is 0 and each 0.025 one step.
 constexpr double kNiceStepsPerPriority = 40.0;
 
-id_t callingThread() { return static_cast<id_t>(syscall(SYS_gettid)); }
+id_t callingThread() {
+  return static_cast<id_t>(syscall(SYS_gettid));
+}
 
 }  // namespace
 

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "OrvCoreAudio/OrvAudioStreamBasicDescription.h"
+#include "OrvPlatform/Export.h"
+
+/// Single fields of the format that a device runs with now. A device class takes them on by deriving from this one and
+/// answering `actualStreamFormat_isInput`.
+///
+/// `isInput` selects the input or the output section. Where the device's format can't be read every field is 0 and the
+/// name is "Unknown format".
+class ORV_API OrvAudioDeviceStreamDefaults {
+ public:
+  virtual ~OrvAudioDeviceStreamDefaults();
+
+  /// The format of `channel` (0: the device as a whole); null or all zeros where it can't be read.
+  virtual std::shared_ptr<OrvAudioStreamBasicDescription> actualStreamFormat_isInput(std::uint32_t channel,
+                                                                                     bool isInput) = 0;
+
+  double sampleRate(bool isInput);  ///< Hz
+  std::uint32_t formatID(bool isInput);
+  std::string formatIDName(bool isInput);
+  std::uint32_t formatFlags(bool isInput);
+  std::uint32_t bytesPerPacket(bool isInput);
+  std::uint32_t framesPerPacket(bool isInput);
+  std::uint32_t bytesPerFrame(bool isInput);
+  std::uint32_t channelsPerFrame(bool isInput);
+  std::uint32_t bitsPerChannel(bool isInput);
+
+ private:
+  std::shared_ptr<OrvAudioStreamBasicDescription> defaultFormat(bool isInput);
+};

@@ -1,0 +1,215 @@
+// The export that appears complete or not at all.
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include "OrvCoreAudio/OrvAudioConverter.h"
+#include "OrvCoreAudio/OrvAudioFile.h"
+#include "OrvCoreAudio/OrvAudioFileProcessor.h"
+#include "OrvPlatform/FileManager.h"
+#include "OrvPlatform/Log.h"
+#include "WithoutThrowing.h"
+#include "detection/ExportFormat.h"
+
+using orv::formatText;
+
+namespace {
+
+using Request = OrvAudioFileProcessor::ExportRequest;
+using Result = OrvAudioFileProcessor::ExportResult;
+
+constexpr std::uint32_t kChunkBytes = 0x80000;
+
+Result failure(OSStatus status, std::string problem) {
+  Result result;
+  result.status = status;
+  result.problem = std::move(problem);
+  return result;
+}
+
+Result failure(OSStatus status) {
+  return failure(status, orv::describeStatus(status));
+}
+
+Result failure(const std::string& path, const OrvAudioFile& file) {
+  return failure(file.lastStatus(), path + ": " + file.lastProblem());
+}
+
+/// The name under which the file is written until it is complete: in the same folder, so that the last step is a
+/// rename.
+std::string partialPath(const std::string& destination) {
+  const std::filesystem::path path(destination);
+  const std::string name = formatText(".%s.%ld.partial", path.filename().c_str(), static_cast<long>(::getpid()));
+  return (path.parent_path() / name).string();
+}
+
+/// Removes a file unless it was kept.
+class PartialFile {
+ public:
+  explicit PartialFile(std::string path) : path_(std::move(path)) {}
+  PartialFile(const PartialFile&) = delete;
+  PartialFile& operator=(const PartialFile&) = delete;
+  ~PartialFile() {
+    if (!isKept_) {
+      orv::fileManager()->remove(path_);
+    }
+  }
+
+  const std::string& path() const { return path_; }
+
+  OSStatus keepAs(const std::string& destination, bool replaceExisting) {
+    const OSStatus status = replaceExisting ? orv::fileManager()->replace(path_, destination)
+                                            : orv::fileManager()->move(path_, destination);
+    isKept_ = status == noErr;
+    return status;
+  }
+
+ private:
+  const std::string path_;
+  bool isKept_ = false;
+};
+
+class Export {
+ public:
+  explicit Export(const Request& request)
+      : request_(request),
+        source_(OrvAudioFile::initWithPath_accessMode(request.sourcePath, OrvAudioFile::kModeRead)) {}
+
+  Result run() {
+    if (!source_->open()) {
+      return failure(request_.sourcePath, *source_);
+    }
+    if (Result refusal = whatForbidsIt(); !refusal.problem.empty()) {
+      return refusal;
+    }
+    PartialFile partial(partialPath(request_.destinationPath));
+    if (Result result = write(partial.path()); !result.done) {
+      return result;
+    }
+    const OSStatus status = partial.keepAs(request_.destinationPath, request_.replaceExisting);
+    if (status != noErr) {
+      return failure(status, request_.destinationPath + ": " + orv::describeStatus(status));
+    }
+    report(1.0);
+    Result result;
+    result.done = true;
+    return result;
+  }
+
+ private:
+  Result whatForbidsIt() const {
+    const std::uint64_t length = source_->lengthInBytes() / source_->bytesPerFrame();
+    if (request_.fromFrame >= request_.toFrame) {
+      return failure(kEndOfFileStatus, formatText("the range is empty or reversed: frame %llu to %llu",
+                                                  static_cast<unsigned long long>(request_.fromFrame),
+                                                  static_cast<unsigned long long>(request_.toFrame)));
+    }
+    if (request_.toFrame > length) {
+      return failure(kEndOfFileStatus, formatText("frame %llu is past the end: the file holds %llu frames",
+                                                  static_cast<unsigned long long>(request_.toFrame),
+                                                  static_cast<unsigned long long>(length)));
+    }
+    std::error_code ignored;
+    if (std::filesystem::equivalent(request_.sourcePath, request_.destinationPath, ignored)) {
+      return failure(kFileExistsStatus, request_.destinationPath + ": is the source itself");
+    }
+    const auto existing = orv::fileManager()->attributes(request_.destinationPath);
+    if (existing && existing->isDirectory) {
+      return failure(kWrongFileKindStatus, request_.destinationPath + ": is a directory");
+    }
+    if (existing && !request_.replaceExisting) {
+      return failure(kFileExistsStatus, request_.destinationPath + ": exists already");
+    }
+    return {};
+  }
+
+  AudioFileTypeID wantedType() const {
+    const AudioFileTypeID byExtension = orv::fileTypeForPath(request_.destinationPath);
+    return request_.fileType != 0 ? request_.fileType : byExtension != 0 ? byExtension : source_->fileType();
+  }
+
+  Result write(const std::string& path) {
+    AudioFileTypeID type = wantedType();
+    const auto format = orv::losslessFormat(*source_->fileStreamFormat(), type);
+    std::shared_ptr<OrvAudioConverter> converter;
+    if (!format->isEqual(source_->fileStreamFormat())) {
+      converter = OrvAudioConverter::initWithSourceFormat_destinationFormat(source_->fileStreamFormat(), format);
+      if (!converter) {
+        return failure(kAudioFileUnsupportedDataFormatError);
+      }
+    }
+    const auto destination = OrvAudioFile::initWithPath_accessMode(path, OrvAudioFile::kModeWrite);
+    destination->setFileStreamFormat(format);
+    destination->setFileType(type);
+    if (!destination->open()) {
+      return failure(request_.destinationPath, *destination);
+    }
+    Result result = copyFrames(*destination, converter.get());
+    if (!destination->close() && result.done) {
+      return failure(request_.destinationPath, *destination);
+    }
+    return result;
+  }
+
+  Result copyFrames(OrvAudioFile& destination, OrvAudioConverter* converter) {
+    const std::uint32_t bytesPerFrame = source_->bytesPerFrame();
+    const std::uint32_t framesPerChunk = std::max<std::uint32_t>(kChunkBytes / bytesPerFrame, 1);
+    std::vector<char> read(std::size_t{framesPerChunk} * bytesPerFrame);
+    std::vector<char> converted(
+        converter != nullptr ? converter->calculateOutputBufferSize(static_cast<std::uint32_t>(read.size())) : 0);
+    for (std::uint64_t frame = request_.fromFrame; frame < request_.toFrame;) {
+      if (request_.cancel != nullptr && request_.cancel->load(std::memory_order_relaxed)) {
+        Result cancelled = failure(noErr, "cancelled");
+        cancelled.cancelled = true;
+        return cancelled;
+      }
+      auto bytes =
+          static_cast<std::uint32_t>(std::min<std::uint64_t>(framesPerChunk, request_.toFrame - frame)) * bytesPerFrame;
+      if (!source_->read_length_fromOffset(read.data(), &bytes, static_cast<std::int64_t>(frame * bytesPerFrame))) {
+        return failure(request_.sourcePath, *source_);
+      }
+      const std::uint32_t frames = bytes / bytesPerFrame;
+      if (frames == 0) {
+        return failure(kEndOfFileStatus, request_.sourcePath + ": ends earlier than it says");
+      }
+      const char* samples = read.data();
+      std::uint32_t size = frames * bytesPerFrame;
+      if (converter != nullptr) {
+        auto produced = static_cast<std::uint32_t>(converted.size());
+        if (const OSStatus status = converter->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
+                read.data(), size, converted.data(), &produced);
+            status != noErr) {
+          return failure(status);
+        }
+        samples = converted.data();
+        size = produced;
+      }
+      if (!destination.write_length(samples, &size)) {
+        return failure(request_.destinationPath, destination);
+      }
+      frame += frames;
+      report(static_cast<double>(frame - request_.fromFrame) /
+             static_cast<double>(request_.toFrame - request_.fromFrame));
+    }
+    Result result;
+    result.done = true;
+    return result;
+  }
+
+  void report(double progress) const {
+    if (auto* const delegate = dynamic_cast<OrvProgressDelegate*>(request_.progressDelegate.get())) {
+      delegate->progressUpdate(static_cast<float>(progress));
+    }
+  }
+
+  const Request& request_;
+  const std::shared_ptr<OrvAudioFile> source_;
+};
+
+}  // namespace
+
+OrvAudioFileProcessor::ExportResult OrvAudioFileProcessor::exportFrames(const ExportRequest& request) {
+  return withoutThrowing("OrvAudioFileProcessor", failure(kOutOfMemoryStatus), [&] { return Export(request).run(); });
+}

@@ -1,0 +1,4 @@
+#include "OrvCoreAudio/OrvProgress.h"
+
+OrvProgressDelegate::~OrvProgressDelegate() = default;
+OrvAutoDefineProgressDelegate::~OrvAutoDefineProgressDelegate() = default;

@@ -1,0 +1,44 @@
+#include "OrvCoreAudio/OrvAudioDeviceStreamDefaults.h"
+
+OrvAudioDeviceStreamDefaults::~OrvAudioDeviceStreamDefaults() = default;
+
+std::shared_ptr<OrvAudioStreamBasicDescription> OrvAudioDeviceStreamDefaults::defaultFormat(bool isInput) {
+  auto format = actualStreamFormat_isInput(0, isInput);
+  return format ? format : OrvAudioStreamBasicDescription::init();
+}
+
+double OrvAudioDeviceStreamDefaults::sampleRate(bool isInput) {
+  return defaultFormat(isInput)->sampleRate();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::formatID(bool isInput) {
+  return defaultFormat(isInput)->formatID();
+}
+
+std::string OrvAudioDeviceStreamDefaults::formatIDName(bool isInput) {
+  return defaultFormat(isInput)->formatIDName();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::formatFlags(bool isInput) {
+  return defaultFormat(isInput)->formatFlags();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::bytesPerPacket(bool isInput) {
+  return defaultFormat(isInput)->bytesPerPacket();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::framesPerPacket(bool isInput) {
+  return defaultFormat(isInput)->framesPerPacket();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::bytesPerFrame(bool isInput) {
+  return defaultFormat(isInput)->bytesPerFrame();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::channelsPerFrame(bool isInput) {
+  return defaultFormat(isInput)->channelsPerFrame();
+}
+
+std::uint32_t OrvAudioDeviceStreamDefaults::bitsPerChannel(bool isInput) {
+  return defaultFormat(isInput)->bitsPerChannel();
+}

@@ -1,0 +1,70 @@
+#include "OrvCoreAudio/OrvAudioTrackInfo.h"
+
+#include <utility>
+
+namespace {
+
+/// What plain `init` marks a record with.
+constexpr std::uint32_t kRecordVersion = 2;
+
+/// What a text format shows for a name that is missing.
+constexpr const char* kNoName = "(null)";
+
+}  // namespace
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::init() {
+  auto track = initWithTrackName(std::nullopt);
+  track->audioTrackInfoVersion = kRecordVersion;
+  return track;
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::initWithTrackName(std::optional<std::string> name) {
+  std::shared_ptr<OrvAudioTrackInfo> track(new OrvAudioTrackInfo);
+  track->_trackName = std::move(name);
+  return track;
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::initWithTrackName_trackBeginFrame_trackEndFrame(
+    std::optional<std::string> name, std::uint64_t begin, std::uint64_t end) {
+  auto track = initWithTrackName(std::move(name));
+  track->_trackIn = begin;
+  track->_trackOut = end;
+  return track;
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::initWithTrackName_trackBeginFrame_trackEndFrame_isActive(
+    std::optional<std::string> name, std::uint64_t begin, std::uint64_t end, bool isActive) {
+  auto track = initWithTrackName_trackBeginFrame_trackEndFrame(std::move(name), begin, end);
+  track->_isActive = isActive;
+  return track;
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::audioTrackInfoWithTrackName(std::optional<std::string> name) {
+  return initWithTrackName(std::move(name));
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::audioTrackInfoWithTrackName_trackBeginFrame_trackEndFrame(
+    std::optional<std::string> name, std::uint64_t begin, std::uint64_t end) {
+  return initWithTrackName_trackBeginFrame_trackEndFrame(std::move(name), begin, end);
+}
+
+std::shared_ptr<OrvAudioTrackInfo>
+OrvAudioTrackInfo::audioTrackInfoWithTrackName_trackBeginFrame_trackEndFrame_isActive(std::optional<std::string> name,
+                                                                                      std::uint64_t begin,
+                                                                                      std::uint64_t end,
+                                                                                      bool isActive) {
+  return initWithTrackName_trackBeginFrame_trackEndFrame_isActive(std::move(name), begin, end, isActive);
+}
+
+bool OrvAudioTrackInfo::isEqual(const std::shared_ptr<const OrvObject>& other) const {
+  const auto* track = dynamic_cast<const OrvAudioTrackInfo*>(other.get());
+  if (other.get() == this || track == nullptr) {
+    return true;
+  }
+  return _trackName == track->_trackName && _trackIn == track->_trackIn && _trackOut == track->_trackOut;
+}
+
+std::string OrvAudioTrackInfo::description() const {
+  return "OrvAudioTrackInfo [" + _trackName.value_or(kNoName) + ": IN:" + std::to_string(_trackIn) +
+         " OUT:" + std::to_string(_trackOut) + "]";
+}
