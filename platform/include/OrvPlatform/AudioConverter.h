@@ -26,6 +26,7 @@ inline constexpr OSStatus kAudioConverterErr_OperationNotSupported = orv::status
 inline constexpr OSStatus kAudioConverterErr_PropertyNotSupported = orv::statusCC("prop");
 inline constexpr OSStatus kAudioConverterErr_InvalidInputSize = orv::statusCC("insz");
 inline constexpr OSStatus kAudioConverterErr_InvalidOutputSize = orv::statusCC("otsz");
+inline constexpr OSStatus kAudioConverterErr_BadPropertySize = orv::statusCC("!siz");
 
 /// uint32: bytes of the smallest input that can be converted (one source packet). Read only.
 inline constexpr AudioConverterPropertyID kAudioConverterPropertyMinimumInputBufferSize = orv::fourCC("mibs");
