@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace orv::cli {
+
+/// What the subcommand that was chosen does. Returns when it is done, throws `Failure` or `Cancelled`.
+using Action = std::function<void()>;
+
+/// Each adds one subcommand; when it is the one chosen, `*action` gets what it does.
+void addInfoCommand(CLI::App& program, Action* action);
+void addSplitCommand(CLI::App& program, Action* action);
+void addExportCommand(CLI::App& program, Action* action);
+
+/// Writes to standard output, at once. Throws `Failure`.
+void print(const std::string& text);
+
+}  // namespace orv::cli

@@ -1,0 +1,51 @@
+#include "SourceFile.h"
+
+#include <filesystem>
+
+#include "Failure.h"
+#include "OrvPlatform/Status.h"
+
+namespace orv::cli {
+namespace {
+
+// Opening a pipe would wait for somebody to write into it, and a device may never end.
+void refuseWhatIsNoFile(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(path, error);
+  if (std::filesystem::is_directory(status)) {
+    throw Failure(path, "is a directory");
+  }
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    throw Failure(path, "is not a regular file");
+  }
+  if (status.type() == std::filesystem::file_type::not_found) {
+    throw Failure(path, "no such file or directory");
+  }
+}
+
+}  // namespace
+
+SourceFile openSource(const std::string& path) {
+  refuseWhatIsNoFile(path);
+  SourceFile source;
+  source.path = path;
+  source.file = OrvAudioFile::initWithPath_accessMode(path, OrvAudioFile::kModeRead);
+  if (!source.file || !source.file->open()) {
+    throw Failure(path, source.file ? problemOf(*source.file) : "can't be opened");
+  }
+  if (source.file->bytesPerFrame() == 0) {
+    throw Failure(path, "holds no plain samples");
+  }
+  source.lengthInBytes = source.file->lengthInBytes();
+  source.lengthInFrames = source.lengthInBytes / source.file->bytesPerFrame();
+  return source;
+}
+
+std::string problemOf(const OrvAudioFile& file) {
+  if (!file.lastProblem().empty()) {
+    return file.lastProblem();
+  }
+  return file.lastStatus() != noErr ? describeStatus(file.lastStatus()) : "can't be opened";
+}
+
+}  // namespace orv::cli
