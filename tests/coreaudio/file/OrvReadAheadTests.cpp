@@ -2,6 +2,7 @@
 #include <OrvCoreAudio/OrvAudioFile.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "coreaudio/support/FakeAudioFileService.h"
@@ -30,6 +31,12 @@ class ReadAhead : public testing::Test {
   bool read(std::uint32_t wanted, std::uint32_t* moved) { return check(wanted, moved, file->offset(), true); }
   bool readAt(std::int64_t offset, std::uint32_t wanted, std::uint32_t* moved) {
     return check(wanted, moved, offset, false);
+  }
+
+  /// How often the platform was asked to read from `offset` on.
+  std::ptrdiff_t readsFrom(std::int64_t offset) {
+    const std::lock_guard guard(fake->mutex);
+    return std::count(fake->readOffsets.begin(), fake->readOffsets.end(), offset);
   }
 
   LogCapture log;
@@ -114,7 +121,7 @@ TEST_F(ReadAhead, SettingTheOffsetMakesTheNextReadRefillFromThere) {
   ASSERT_TRUE(read(100, &moved));
   file->setOffset(50);
   EXPECT_TRUE(read(100, &moved));
-  EXPECT_EQ(std::count(fake->readOffsets.begin(), fake->readOffsets.end(), 50), 1);
+  EXPECT_EQ(readsFrom(50), 1);
   EXPECT_EQ(file->offset(), 150);
 }
 
@@ -124,7 +131,7 @@ TEST_F(ReadAhead, SettingTheOffsetToWhereItIsRefillsNothing) {
   ASSERT_TRUE(read(100, &moved));
   file->setOffset(100);
   EXPECT_TRUE(read(100, &moved));
-  EXPECT_EQ(std::count(fake->readOffsets.begin(), fake->readOffsets.end(), 100), 0);
+  EXPECT_EQ(readsFrom(100), 0);
 }
 
 TEST_F(ReadAhead, RewindingReadsTheBeginAgain) {
