@@ -180,6 +180,7 @@ class ORV_API OrvAudioFile : public OrvObject {
   bool writeDirectly(const void* buffer, std::uint32_t* length, std::int64_t offset);
 
   bool succeeded(OSStatus status);
+  bool succeededOrPrinted(OSStatus status);
   void remember(OSStatus status, const std::string& problem = {});
 
   // Constant after updatePath.

@@ -71,6 +71,62 @@ class PartialFile {
   bool isKept_ = false;
 };
 
+/// Moves frames from one open file to another, a chunk at a time.
+class ChunkMover {
+ public:
+  /// Without a converter the bytes stay as they are.
+  ChunkMover(OrvAudioFile& source, OrvAudioFile& destination, OrvAudioConverter* converter)
+      : source_(source),
+        destination_(destination),
+        converter_(converter),
+        bytesPerFrame_(source.bytesPerFrame()),
+        framesPerChunk_(std::max<std::uint32_t>(kChunkBytes / bytesPerFrame_, 1)),
+        read_(std::size_t{framesPerChunk_} * bytesPerFrame_) {
+    if (converter_ != nullptr) {
+      converted_.resize(converter_->calculateOutputBufferSize(static_cast<std::uint32_t>(read_.size())));
+    }
+  }
+
+  bool read(std::uint64_t frame, std::uint64_t endFrame) {
+    size_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(framesPerChunk_, endFrame - frame)) * bytesPerFrame_;
+    const bool wasRead =
+        source_.read_length_fromOffset(read_.data(), &size_, static_cast<std::int64_t>(frame * bytesPerFrame_));
+    frames_ = size_ / bytesPerFrame_;
+    size_ = frames_ * bytesPerFrame_;
+    samples_ = read_.data();
+    return wasRead;
+  }
+
+  /// Frames of the chunk that was read.
+  std::uint32_t frames() const { return frames_; }
+
+  OSStatus convert() {
+    if (converter_ == nullptr) {
+      return noErr;
+    }
+    auto produced = static_cast<std::uint32_t>(converted_.size());
+    const OSStatus status = converter_->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
+        read_.data(), size_, converted_.data(), &produced);
+    samples_ = converted_.data();
+    size_ = produced;
+    return status;
+  }
+
+  bool write() { return destination_.write_length(samples_, &size_); }
+
+ private:
+  OrvAudioFile& source_;
+  OrvAudioFile& destination_;
+  OrvAudioConverter* const converter_;
+  const std::uint32_t bytesPerFrame_;
+  const std::uint32_t framesPerChunk_;
+  std::vector<char> read_;
+  std::vector<char> converted_;
+  const char* samples_ = nullptr;
+  std::uint32_t size_ = 0;
+  std::uint32_t frames_ = 0;
+};
+
 class Export {
  public:
   explicit Export(const Request& request)
@@ -154,42 +210,26 @@ class Export {
   }
 
   Result copyFrames(OrvAudioFile& destination, OrvAudioConverter* converter) {
-    const std::uint32_t bytesPerFrame = source_->bytesPerFrame();
-    const std::uint32_t framesPerChunk = std::max<std::uint32_t>(kChunkBytes / bytesPerFrame, 1);
-    std::vector<char> read(std::size_t{framesPerChunk} * bytesPerFrame);
-    std::vector<char> converted(
-        converter != nullptr ? converter->calculateOutputBufferSize(static_cast<std::uint32_t>(read.size())) : 0);
+    ChunkMover mover(*source_, destination, converter);
     for (std::uint64_t frame = request_.fromFrame; frame < request_.toFrame;) {
       if (request_.cancel != nullptr && request_.cancel->load(std::memory_order_relaxed)) {
         Result cancelled = failure(noErr, "cancelled");
         cancelled.cancelled = true;
         return cancelled;
       }
-      auto bytes =
-          static_cast<std::uint32_t>(std::min<std::uint64_t>(framesPerChunk, request_.toFrame - frame)) * bytesPerFrame;
-      if (!source_->read_length_fromOffset(read.data(), &bytes, static_cast<std::int64_t>(frame * bytesPerFrame))) {
+      if (!mover.read(frame, request_.toFrame)) {
         return failure(request_.sourcePath, *source_);
       }
-      const std::uint32_t frames = bytes / bytesPerFrame;
-      if (frames == 0) {
+      if (mover.frames() == 0) {
         return failure(kEndOfFileStatus, request_.sourcePath + ": ends earlier than it says");
       }
-      const char* samples = read.data();
-      std::uint32_t size = frames * bytesPerFrame;
-      if (converter != nullptr) {
-        auto produced = static_cast<std::uint32_t>(converted.size());
-        if (const OSStatus status = converter->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
-                read.data(), size, converted.data(), &produced);
-            status != noErr) {
-          return failure(status);
-        }
-        samples = converted.data();
-        size = produced;
+      if (const OSStatus status = mover.convert(); status != noErr) {
+        return failure(status);
       }
-      if (!destination.write_length(samples, &size)) {
+      if (!mover.write()) {
         return failure(request_.destinationPath, destination);
       }
-      frame += frames;
+      frame += mover.frames();
       report(static_cast<double>(frame - request_.fromFrame) /
              static_cast<double>(request_.toFrame - request_.fromFrame));
     }

@@ -14,6 +14,27 @@ namespace {
 /// What a caller can wait for without noticing.
 constexpr auto kFlushLimit = 300ms;
 
+/// Keeps the read-ahead worker, if there is one, from reading while the file is written in place, and what it has read
+/// from being taken for what the file then holds.
+class ReadAheadPause {
+ public:
+  explicit ReadAheadPause(OrvReadAheadCache* cache) : cache_(cache) {
+    if (cache_ != nullptr) {
+      cache_->pauseAndForget();
+    }
+  }
+  ReadAheadPause(const ReadAheadPause&) = delete;
+  ReadAheadPause& operator=(const ReadAheadPause&) = delete;
+  ~ReadAheadPause() {
+    if (cache_ != nullptr) {
+      cache_->resume();
+    }
+  }
+
+ private:
+  OrvReadAheadCache* const cache_;
+};
+
 }  // namespace
 
 /// Null, and the failure remembered, without memory for the buffers.
@@ -138,11 +159,7 @@ bool OrvAudioFile::read_length_fromOffset(void* buffer, std::uint32_t* length, s
 }
 
 bool OrvAudioFile::readDirectly(void* buffer, std::uint32_t* length, std::int64_t offset) {
-  const OSStatus status = AudioFileReadBytes(audioFileID_, _useInternalCache, offset, length, buffer);
-  if (status != noErr) {
-    printOSStatusCode(status);
-  }
-  return succeeded(status);
+  return succeededOrPrinted(AudioFileReadBytes(audioFileID_, _useInternalCache, offset, length, buffer));
 }
 
 bool OrvAudioFile::write_length(const void* buffer, std::uint32_t* length) {
@@ -178,21 +195,9 @@ bool OrvAudioFile::write_length_atOffset(const void* buffer, std::uint32_t* leng
 }
 
 bool OrvAudioFile::writeDirectly(const void* buffer, std::uint32_t* length, std::int64_t offset) {
-  if (readAheadCache) {
-    readAheadCache->pauseAndForget();
-  }
-  OSStatus status = noErr;
-  {
-    const std::lock_guard guard(platformCallMutex);
-    status = AudioFileWriteBytes(audioFileID_, _useInternalCache, offset, length, buffer);
-  }
-  if (readAheadCache) {
-    readAheadCache->resume();
-  }
-  if (status != noErr) {
-    printOSStatusCode(status);
-  }
-  return succeeded(status);
+  const ReadAheadPause pause(readAheadCache.get());
+  const std::lock_guard guard(platformCallMutex);
+  return succeededOrPrinted(AudioFileWriteBytes(audioFileID_, _useInternalCache, offset, length, buffer));
 }
 
 bool OrvAudioFile::readPackets_numBytes_outPacketDescriptions_startingPacket_numPackets(
@@ -202,12 +207,8 @@ bool OrvAudioFile::readPackets_numBytes_outPacketDescriptions_startingPacket_num
     return false;
   }
   const std::lock_guard guard(platformCallMutex);
-  const OSStatus status = AudioFileReadPackets(audioFileID_, _useInternalCache, numBytes, packetDescriptions,
-                                               startingPacket, numPackets, buffer);
-  if (status != noErr) {
-    printOSStatusCode(status);
-  }
-  return succeeded(status);
+  return succeededOrPrinted(AudioFileReadPackets(audioFileID_, _useInternalCache, numBytes, packetDescriptions,
+                                                 startingPacket, numPackets, buffer));
 }
 
 bool OrvAudioFile::writePackets_numBytes_inPacketDescriptions_startingPacket_numPackets(
@@ -216,22 +217,10 @@ bool OrvAudioFile::writePackets_numBytes_inPacketDescriptions_startingPacket_num
   if (!fileIsOpen || _useCache) {
     return false;
   }
-  if (readAheadCache) {
-    readAheadCache->pauseAndForget();
-  }
-  OSStatus status = noErr;
-  {
-    const std::lock_guard guard(platformCallMutex);
-    status = AudioFileWritePackets(audioFileID_, _useInternalCache, numBytes, packetDescriptions, startingPacket,
-                                   numPackets, buffer);
-  }
-  if (readAheadCache) {
-    readAheadCache->resume();
-  }
-  if (status != noErr) {
-    printOSStatusCode(status);
-  }
-  return succeeded(status);
+  const ReadAheadPause pause(readAheadCache.get());
+  const std::lock_guard guard(platformCallMutex);
+  return succeededOrPrinted(AudioFileWritePackets(audioFileID_, _useInternalCache, numBytes, packetDescriptions,
+                                                  startingPacket, numPackets, buffer));
 }
 
 bool OrvAudioFile::readPackets_numBytes_outPacketDescriptions_numPackets(

@@ -104,6 +104,14 @@ bool OrvAudioFile::succeeded(OSStatus status) {
   return status == noErr;
 }
 
+/// As `succeeded`, and logs a failure.
+bool OrvAudioFile::succeededOrPrinted(OSStatus status) {
+  if (status != noErr) {
+    printOSStatusCode(status);
+  }
+  return succeeded(status);
+}
+
 void OrvAudioFile::remember(OSStatus status, const std::string& problem) {
   _lastStatus = status;
   _lastProblem = problem.empty() ? orv::describeStatus(status) : problem;
