@@ -57,7 +57,7 @@ OSStatus FileSession::read(std::int64_t start, std::uint32_t* count, void* buffe
   if (status != noErr) {
     return status;
   }
-  return static_cast<std::int64_t>(moved) < asked ? kEndOfFileStatus : noErr;
+  return moved == 0 && asked > 0 ? kEndOfFileStatus : noErr;
 }
 
 OSStatus FileSession::writeBytes(std::int64_t start, std::uint32_t* count, const void* buffer) {

@@ -15,6 +15,7 @@ OSStatus guarded(const Operation& operation) noexcept {
   try {
     return operation();
   } catch (const std::bad_alloc&) {
+    logf("audio file service: out of memory");
     return kOutOfMemoryStatus;
   } catch (const std::exception& exception) {
     logf("audio file service: %s", exception.what());

@@ -52,7 +52,7 @@ OSStatus SoundDataWriter::read(std::int64_t start, std::uint32_t* count, void* b
     std::copy_n(partialFrame_.begin() + std::max<std::int64_t>(start - written_, 0), inMemory.size(), inMemory.begin());
   }
   *count = static_cast<std::uint32_t>(there);
-  return there < asked ? kEndOfFileStatus : noErr;
+  return there == 0 && asked > 0 ? kEndOfFileStatus : noErr;
 }
 
 OSStatus SoundDataWriter::write(std::int64_t start, std::uint32_t* count, const void* buffer) {
