@@ -15,22 +15,34 @@ HWY_BEFORE_NAMESPACE();
 namespace orv::simd::HWY_NAMESPACE {
 namespace {
 
-template <SampleContainer kFrom, SampleContainer kTo>
-void convert(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
 #if HWY_TARGET != HWY_SCALAR
-  using T = Tags<kFrom, kTo>;
-  // Whole vectors of 3-byte samples reach a third of their size beyond their end; the plain loop does those last ones.
+
+/// Converts as many whole vectors as there are and says how many samples that is.
+template <SampleContainer kFrom, SampleContainer kTo, bool kPlain>
+std::size_t convertVectors(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+  using T = Tags<kFrom, kTo, kPlain>;
+  // Vectors of 3-byte samples reach a third of their size beyond the last sample.
   constexpr bool kReachesBeyond = kFrom == SampleContainer::int24 || kTo == SampleContainer::int24;
   constexpr std::size_t kNeeded = T::kLanes + (kReachesBeyond ? (T::kLanes + 2) / 3 : 0);
   const Loader<T, kFrom> loader(plan);
   const Storer<T, kTo> storer(plan);
-  for (; count >= kNeeded; count -= T::kLanes) {
-    storer.store(loader.load(from), to);
-    from += T::kLanes * bytesOf(kFrom);
-    to += T::kLanes * bytesOf(kTo);
+  std::size_t done = 0;
+  for (; count - done >= kNeeded; done += T::kLanes) {
+    storer.store(loader.load(from + done * bytesOf(kFrom)), to + done * bytesOf(kTo));
   }
+  return done;
+}
+
 #endif
-  convertPlainly<kFrom, kTo>(plan, from, to, count);
+
+template <SampleContainer kFrom, SampleContainer kTo>
+void convert(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+  std::size_t done = 0;
+#if HWY_TARGET != HWY_SCALAR
+  done = plan.isPlain ? convertVectors<kFrom, kTo, true>(plan, from, to, count)
+                      : convertVectors<kFrom, kTo, false>(plan, from, to, count);
+#endif
+  convertPlainly<kFrom, kTo>(plan, from + done * bytesOf(kFrom), to + done * bytesOf(kTo), count - done);
 }
 
 using Kernel = void (*)(const SamplePlan&, const std::uint8_t*, std::uint8_t*, std::size_t);

@@ -49,7 +49,8 @@ inline constexpr SampleLayout kNativeFloat64{SampleContainer::float64, SampleOrd
 /// Full scale is 1.0 in floats and 2^(bits-1) in integers. Between integers nothing goes through floats: widening adds
 /// zero bits below; narrowing rounds to nearest, ties upward, and saturates. Integer from float rounds to nearest, ties
 /// to even, and saturates; NaN becomes 0. Float from integer is the nearest float. An integer in the upper bits of its
-/// container is read with whatever is in the bits below, so nothing that a file holds gets lost.
+/// container is read with whatever is in the bits below, so nothing that a file holds gets lost. Layouts that differ in
+/// nothing or in their order only are copied as they are, NaNs and stray bits included.
 void convertSamples(const SampleLayout& fromLayout, const void* from, const SampleLayout& toLayout, void* to,
                     std::size_t count);
 

@@ -31,7 +31,20 @@ struct SamplePlan {
   int storeShift = 0;
   /// Full scale of the destination's integers.
   double scale = 1.0;
+
+  /// Samples fill their containers, integers are signed, words of 4 and 8 bytes are in native order: most steps above
+  /// change nothing, and a shorter loop does.
+  bool isPlain = false;
 };
+
+inline bool fillsContainer(const SampleLayout& layout) {
+  return layout.bits == 8 * bytesOf(layout.container);
+}
+
+/// Is nothing to be done for a layout but what its container asks for?
+inline bool isPlain(const SampleLayout& layout, bool isFull) {
+  return !layout.isUnsigned && isFull && (layout.order == SampleOrder::native || bytesOf(layout.container) < 4);
+}
 
 inline SamplePlan planOf(const SampleLayout& from, const SampleLayout& to) {
   SamplePlan plan;
@@ -53,6 +66,7 @@ inline SamplePlan planOf(const SampleLayout& from, const SampleLayout& to) {
     plan.storeShift = to.inUpperBits ? containerBits - to.bits : 0;
     plan.scale = -static_cast<double>(plan.minimum);
   }
+  plan.isPlain = isPlain(from, plan.loadShift == 0) && isPlain(to, isFloat(to.container) || fillsContainer(to));
   return plan;
 }
 

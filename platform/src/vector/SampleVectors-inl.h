@@ -24,8 +24,12 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// Vectors of as many lanes as the widest of the two sample types leaves room for.
-template <SampleContainer kFrom, SampleContainer kTo>
+template <SampleContainer kFrom, SampleContainer kTo, bool kIsPlain>
 struct Tags {
+  /// Are the steps left out that a plain layout (see `SamplePlan`) does not need?
+  static constexpr bool kPlain = kIsPlain;
+  /// May an integer have to be rounded to fewer bits?
+  static constexpr bool kNarrows = !kPlain || bytesOf(kFrom) > bytesOf(kTo);
   static constexpr bool kDouble = kFrom == SampleContainer::float64 || kTo == SampleContainer::float64;
   using Wide = hn::ScalableTag<std::conditional_t<kDouble, double, float>>;
   using I32 = hn::Rebind<std::int32_t, Wide>;
@@ -101,6 +105,70 @@ struct alignas(64) GatherLanes {
   }
 };
 
+// Nearest integers. Highway's own function repairs what is out of range, which costs more than the conversion itself;
+// these leave that to the caller. All give the lowest integer for what is too large, as the x86 instruction does.
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+
+template <std::size_t kLanes>
+HWY_INLINE hn::Vec128<std::int32_t, kLanes> nearest(hn::Vec128<float, kLanes> v) {
+  return hn::Vec128<std::int32_t, kLanes>{_mm_cvtps_epi32(v.raw)};
+}
+
+HWY_INLINE hn::Vec128<std::int32_t, 2> nearest(hn::Vec128<double> v) {
+  return hn::Vec128<std::int32_t, 2>{_mm_cvtpd_epi32(v.raw)};
+}
+
+#if HWY_TARGET <= HWY_AVX2
+
+HWY_INLINE hn::Vec256<std::int32_t> nearest(hn::Vec256<float> v) {
+  return hn::Vec256<std::int32_t>{_mm256_cvtps_epi32(v.raw)};
+}
+
+HWY_INLINE hn::Vec128<std::int32_t> nearest(hn::Vec256<double> v) {
+  return hn::Vec128<std::int32_t>{_mm256_cvtpd_epi32(v.raw)};
+}
+
+#endif
+#if HWY_TARGET <= HWY_AVX3
+
+HWY_INLINE hn::Vec512<std::int32_t> nearest(hn::Vec512<float> v) {
+  return hn::Vec512<std::int32_t>{_mm512_cvtps_epi32(v.raw)};
+}
+
+HWY_INLINE hn::Vec256<std::int32_t> nearest(hn::Vec512<double> v) {
+  return hn::Vec256<std::int32_t>{_mm512_cvtpd_epi32(v.raw)};
+}
+
+#endif
+
+/// As `nearest`, with the highest integer for what is too large.
+template <class V>
+HWY_INLINE auto nearestSaturated(V v) {
+  const hn::DFromV<V> floats;
+  const hn::RebindToSigned<hn::DFromV<V>> integers;
+  const auto tooLarge = hn::RebindMask(integers, hn::Ge(v, hn::Set(floats, 0x1p31F)));
+  return hn::Xor(nearest(v), hn::VecFromMask(integers, tooLarge));
+}
+
+#else
+
+template <class V>
+HWY_INLINE auto nearest(V v) {
+  const hn::Rebind<std::int32_t, hn::DFromV<V>> integers;
+  if constexpr (sizeof(hn::TFromD<hn::DFromV<V>>) == 8) {
+    return hn::DemoteTo(integers, hn::Round(v));
+  } else {
+    return hn::NearestInt(v);
+  }
+}
+
+template <class V>
+HWY_INLINE auto nearestSaturated(V v) {
+  return hn::NearestInt(v);
+}
+
+#endif
+
 /// Source side of a loop for samples of one container. `load` gives left-justified integers, or floats.
 template <class T, SampleContainer kContainer>
 class Loader {
@@ -114,12 +182,16 @@ class Loader {
 
   HWY_INLINE auto load(const std::uint8_t* from) const {
     if constexpr (kContainer == SampleContainer::float64) {
-      return hn::BitCast(typename T::Wide(), hn::TableLookupBytes(hn::LoadU(TableBytes(), from), table_));
+      return hn::BitCast(typename T::Wide(), ordered(laneBytes(from)));
     } else if constexpr (kContainer == SampleContainer::float32) {
-      return hn::BitCast(typename T::F32(), hn::TableLookupBytes(hn::LoadU(TableBytes(), from), table_));
+      return hn::BitCast(typename T::F32(), ordered(laneBytes(from)));
     } else {
-      const auto word = hn::BitCast(typename T::I32(), hn::TableLookupBytesOr0(laneBytes(from), table_));
-      return hn::Xor(hn::ShiftLeftSame(word, shift_), flip_);
+      const auto word = hn::BitCast(typename T::I32(), ordered(laneBytes(from)));
+      if constexpr (T::kPlain) {
+        return word;
+      } else {
+        return hn::Xor(hn::ShiftLeftSame(word, shift_), flip_);
+      }
     }
   }
 
@@ -135,7 +207,16 @@ class Loader {
     }
   }
 
-  /// The bytes of each sample in its own lane, as `loadTable` expects them.
+  template <class V>
+  HWY_INLINE V ordered(V bytes) const {
+    if constexpr (T::kPlain && kBytes >= 4) {
+      return bytes;
+    } else {
+      return hn::TableLookupBytesOr0(bytes, table_);
+    }
+  }
+
+  /// The bytes of each sample in its own lane, as the table expects them.
   HWY_INLINE auto laneBytes(const std::uint8_t* from) const {
     const typename T::I32 i32;
     const typename T::Bytes bytes;
@@ -151,7 +232,7 @@ class Loader {
       const auto words = hn::BitCast(i32, hn::LoadU(bytes, from));
       return hn::BitCast(bytes, hn::TableLookupLanes(words, hn::SetTableIndices(i32, kOrder.index)));
     } else {
-      return hn::LoadU(bytes, from);
+      return hn::LoadU(TableBytes(), from);
     }
   }
 
@@ -182,11 +263,11 @@ class Storer {
   template <class V>
   HWY_INLINE void store(V sample, std::uint8_t* to) const {
     if constexpr (isFloat(kContainer)) {
-      const auto value = floating(sample);
-      hn::StoreU(hn::TableLookupBytes(hn::BitCast(TableBytes(), value), table_), TableBytes(), to);
+      hn::StoreU(ordered(hn::BitCast(TableBytes(), floating(sample))), TableBytes(), to);
+    } else if constexpr (T::kPlain) {
+      storeLow(integer(sample), to);
     } else {
-      const auto biased = hn::Add(integer(sample), bias_);
-      storeLow(hn::ShiftLeftSame(biased, storeShift_), to);
+      storeLow(hn::ShiftLeftSame(hn::Add(integer(sample), bias_), storeShift_), to);
     }
   }
 
@@ -227,24 +308,42 @@ class Storer {
   /// The destination's integer that is nearest to the sample.
   template <class V>
   HWY_INLINE I32Vector integer(V sample) const {
-    if constexpr (std::is_same_v<V, I32Vector>) {
+    if constexpr (!std::is_same_v<V, I32Vector>) {
+      return integerOfFloat(hn::IfThenElseZero(hn::Eq(sample, sample), hn::Mul(sample, scale_)));
+    } else if constexpr (T::kNarrows) {
       const auto carry = hn::And(hn::ShiftRightSame(sample, roundShift_), roundMask_);
       return hn::Min(hn::Add(hn::ShiftRightSame(sample, dropBits_), carry), maximum_);
     } else {
-      const auto scaled = hn::IfThenElseZero(hn::Eq(sample, sample), hn::Mul(sample, scale_));
-      if constexpr (std::is_same_v<V, F32Vector>) {
-        return hn::Min(hn::Max(hn::NearestInt(scaled), minimum_), maximum_);
-      } else {
-        const auto limited = hn::Min(hn::Max(scaled, wideMinimum_), wideMaximum_);
-        return hn::DemoteTo(typename T::I32(), hn::Round(limited));
-      }
+      return hn::ShiftRightSame(sample, dropBits_);
+    }
+  }
+
+  /// The integer nearest to what is scaled already, and no NaN.
+  template <class V>
+  HWY_INLINE I32Vector integerOfFloat(V scaled) const {
+    constexpr bool kLimitsAreExact = kContainer != SampleContainer::int32 || !std::is_same_v<V, F32Vector>;
+    if constexpr (kLimitsAreExact) {
+      return nearest(hn::Min(hn::Max(scaled, wideMinimum_), wideMaximum_));
+    } else if constexpr (T::kPlain) {
+      return nearestSaturated(scaled);
+    } else {
+      return hn::Min(hn::Max(nearestSaturated(scaled), minimum_), maximum_);
+    }
+  }
+
+  template <class V>
+  HWY_INLINE V ordered(V bytes) const {
+    if constexpr (T::kPlain && kBytes >= 4) {
+      return bytes;
+    } else {
+      return hn::TableLookupBytesOr0(bytes, table_);
     }
   }
 
   /// Stores the low bytes of each lane; for samples of 3 bytes, a third as much again behind them.
   HWY_INLINE void storeLow(I32Vector words, std::uint8_t* to) const {
     const typename T::Bytes bytes;
-    const auto packed = gathered(hn::TableLookupBytesOr0(hn::BitCast(bytes, words), table_));
+    const auto packed = gathered(ordered(hn::BitCast(bytes, words)));
     if constexpr (kBytes == 1) {
       const hn::Half<hn::Half<typename T::Bytes>> quarter;
       hn::StoreU(hn::LowerHalf(quarter, hn::LowerHalf(hn::Half<typename T::Bytes>(), packed)), quarter, to);
