@@ -193,14 +193,15 @@ class OrvFullDisk : public OrvBadInput {
 
 TEST_F(OrvFullDisk, ExportLeavesNothing) {
   expectFailure(runOrv({"export", source(), "--from", "0", "--to", "140000", "--output", disk() + "/o.aiff"}),
-                {disk() + "/o.aiff"});
+                {"orv: " + disk() + "/o.aiff: disk full\n"});
   EXPECT_TRUE(entriesOf(disk()).empty());
 }
 
 TEST_F(OrvFullDisk, SplitLeavesNoTrackEvenWhereSomeHaveRoom) {
   const std::string path = source();
   // Of the three tracks of 160, 232 and 168 KB the first one fits.
-  expectFailure(runOrv({"split", path, "--export", disk(), "--picture", scratch_ / "p.svg"}), {disk()});
+  expectFailure(runOrv({"split", path, "--export", disk(), "--picture", scratch_ / "p.svg"}),
+                {"orv: " + disk() + "/02 Untitled Track 2.aiff: disk full\n"});
   EXPECT_TRUE(entriesOf(disk()).empty());
   expectFailure(runOrv({"split", path, "--export", disk() + "/tracks"}), {disk()});
   EXPECT_TRUE(entriesOf(disk()).empty());

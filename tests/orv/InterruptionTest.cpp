@@ -12,7 +12,7 @@ namespace {
 
 class OrvInterruption : public testing::TestWithParam<int> {
  protected:
-  void SetUp() override { writeLongSilence(source_, 400'000'000); }
+  void SetUp() override { writeLongSilence(source_, 150'000'000); }
 
   static void expectCancelled(const ProcessResult& result) {
     EXPECT_EQ(result.status, 130);
@@ -51,7 +51,7 @@ TEST_P(OrvInterruption, TakesBackTracksThatAreHalfWritten) {
 TEST_P(OrvInterruption, TakesBackARangeThatIsHalfWritten) {
   const std::string directory = scratch_ / "out";
   std::filesystem::create_directory(directory);
-  RunningOrv orv({"export", source_, "--from", "0", "--to", "400000000", "--output", directory + "/long.wav"});
+  RunningOrv orv({"export", source_, "--from", "0", "--to", "150000000", "--output", directory + "/long.wav"});
   awaitEntry(orv, directory);
   orv.send(GetParam());
   expectCancelled(orv.wait());

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,14 +97,33 @@ RunningOrv::~RunningOrv() {
 void RunningOrv::awaitHandlerOf(int signal) const {
   const std::uint64_t bit = std::uint64_t{1} << (signal - 1);
   while (isRunning()) {
-    std::ifstream status("/proc/" + std::to_string(child_) + "/status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with("SigCgt:") && (std::stoull(line.substr(7), nullptr, 16) & bit) != 0) {
-        return;
-      }
+    const std::string caught = statusLine("SigCgt:");
+    if (!caught.empty() && (std::stoull(caught, nullptr, 16) & bit) != 0) {
+      return;
     }
     sched_yield();
   }
+}
+
+long RunningOrv::watchPeakKilobytes() const {
+  long peak = 0;
+  while (isRunning()) {
+    const std::string size = statusLine("VmHWM:");
+    peak = size.empty() ? peak : std::max(peak, std::stol(size));
+    sched_yield();
+  }
+  return peak;
+}
+
+// The value of a line of what the kernel tells about the process; empty once it has ended.
+std::string RunningOrv::statusLine(const std::string& key) const {
+  std::ifstream status("/proc/" + std::to_string(child_) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(key)) {
+      return line.substr(key.size());
+    }
+  }
+  return "";
 }
 
 bool RunningOrv::isRunning() const {
@@ -119,10 +137,8 @@ void RunningOrv::send(int signal) const {
 
 ProcessResult RunningOrv::wait() {
   int state = 0;
-  rusage usage{};
-  wait4(child_, &state, 0, &usage);
+  waitpid(child_, &state, 0);
   waited_ = true;
-  peakKilobytes_ = usage.ru_maxrss;
   ProcessResult result;
   result.status = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
   result.output = readWholeFile(scratch_ / "out");

@@ -39,15 +39,18 @@ class RunningOrv {
   bool isRunning() const;
   void send(int signal) const;
 
+  /// Watches the program to its end; the largest resident size it had, in KiB. What `wait4` tells would count the
+  /// memory of the test that started it too.
+  long watchPeakKilobytes() const;
+
   ProcessResult wait();
-  /// Largest resident size, in KiB. Requires: `wait` has returned.
-  long peakKilobytes() const { return peakKilobytes_; }
 
  private:
+  std::string statusLine(const std::string& key) const;
+
   TemporaryDirectory scratch_;
   pid_t child_ = -1;
   bool waited_ = false;
-  long peakKilobytes_ = 0;
 };
 
 }  // namespace orv::test

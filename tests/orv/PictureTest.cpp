@@ -79,7 +79,10 @@ TEST_F(OrvPicture, DrawsEveryKindOfSamples) {
                            SF_FORMAT_AIFF | SF_FORMAT_PCM_32, SF_FORMAT_AIFF | SF_FORMAT_DOUBLE}) {
     SCOPED_TRACE(format);
     const std::string svg = pictureOf(recordingOf({{2, 0.8}}, 1), format);
-    EXPECT_NE(svg.find("peak -1.9 dBFS"), std::string::npos);
+    const std::size_t peak = svg.find("peak ");
+    ASSERT_NE(peak, std::string::npos);
+    // Eight samples of the tone's period come no nearer to its crest than this, and 8 bits not much nearer to that.
+    EXPECT_NEAR(std::stod(svg.substr(peak + 5)), -2.33, 0.11);
   }
 }
 
@@ -114,7 +117,7 @@ TEST_F(OrvPicture, FloatSamplesPastFullScaleAndThoseThatAreNoNumbersCanBeDrawn) 
 }
 
 TEST_F(OrvPicture, SizeIsBoundedWhateverTheLength) {
-  writeLongSilence(scratch_ / "long.wav", 200'000'000);
+  writeLongSilence(scratch_ / "long.wav", 60'000'000);
   EXPECT_LT(drawn(scratch_ / "long.wav").size(), 100'000U);
   EXPECT_LT(pictureOf(noise(20'000, 8), SF_FORMAT_WAV | SF_FORMAT_PCM_16).size(), 400'000U);
 }

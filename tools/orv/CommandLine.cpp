@@ -68,7 +68,7 @@ int runCommandLine(int argc, char** argv) {
       "Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage, 130 stopped.");
   program.set_version_flag("--version", "orv " ORV_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
-  program.require_subcommand(1);
+  program.require_subcommand(0, 1);
   bool verbose = false;
   program.add_flag("--verbose", verbose, "Show on standard error what the framework logs");
 
@@ -78,6 +78,9 @@ int runCommandLine(int argc, char** argv) {
   addExportCommand(program, &action);
   try {
     program.parse(argc, argv);
+    if (!action) {
+      throw CLI::ParseError("a subcommand is missing", CLI::ExitCodes::RequiredError);
+    }
   } catch (const CLI::Success& answer) {
     return program.exit(answer);
   } catch (const CLI::ParseError& error) {

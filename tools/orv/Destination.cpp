@@ -23,6 +23,9 @@ std::string directoryOf(const fs::path& path) {
 void checkWritableDirectory(const std::string& directory) {
   std::error_code error;
   const fs::file_status status = fs::status(directory, error);
+  if (status.type() == fs::file_type::none) {
+    throw Failure(directory, error.message());
+  }
   if (!fs::exists(status)) {
     throw Failure(directory, "no such directory");
   }
@@ -101,7 +104,8 @@ void moveIntoPlace(const std::string& from, const std::string& to, Overwrite ove
     if (errno != EINVAL && errno != ENOSYS) {
       throw systemFailure(to, errno);
     }
-    if (fs::exists(fs::symlink_status(to))) {
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(to, error))) {
       throw Failure(to, "exists already; --force replaces it");
     }
   }

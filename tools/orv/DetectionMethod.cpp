@@ -27,6 +27,10 @@ std::vector<Track> detectByCrossings(const std::string& path, const DetectionSet
   }
   std::vector<Track> tracks;
   for (const auto& track : result.tracks) {
+    // Where more tracks are asked for than the recording has blocks, the method cuts in one place more than once.
+    if (track->trackBeginFrame() >= track->trackEndFrame()) {
+      continue;
+    }
     tracks.push_back(
         {track->trackName().value_or("Untitled"), track->trackBeginFrame(), track->trackEndFrame(), track->isActive()});
   }

@@ -26,7 +26,7 @@ struct DetectionSettings {
 struct DetectionMethod {
   std::string_view name;  ///< what --method calls it
   int mostTracks;         ///< that can be asked for
-  /// Throws `Failure` or `Cancelled`.
+  /// None of the tracks is empty; there may be fewer than asked for. Throws `Failure` or `Cancelled`.
   std::vector<Track> (*detect)(const std::string& path, const DetectionSettings& settings);
 };
 

@@ -1,6 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 #include "Commands.h"
 #include "Destination.h"
@@ -80,6 +84,23 @@ void addPosition(CLI::App& command, const std::string& name, Position* target, c
   command.add_option_function<std::string>(name, take, help)->required()->type_name("FRAME");
 }
 
+void addType(CLI::App& command, AudioFileTypeID* target) {
+  const auto take = [target](const std::string& text) {
+    constexpr std::array<std::pair<std::string_view, AudioFileTypeID>, 3> types{
+        {{"aiff", kAudioFileAIFFType}, {"aifc", kAudioFileAIFCType}, {"wave", kAudioFileWAVEType}}};
+    const auto found =
+        std::ranges::find(types, CLI::detail::to_lower(text), [](const auto& type) { return type.first; });
+    if (found == types.end()) {
+      throw CLI::ValidationError("--type", "'" + text + "' is not known; there are: aiff, aifc, wave");
+    }
+    *target = found->second;
+  };
+  command
+      .add_option_function<std::string>("--type", take,
+                                        "aiff, aifc or wave; else by the extension of OUT, else as FILE")
+      ->type_name("TYPE");
+}
+
 }  // namespace
 
 void addExportCommand(CLI::App& program, Action* action) {
@@ -96,11 +117,7 @@ void addExportCommand(CLI::App& program, Action* action) {
   addPosition(*command, "--to", &options->to, "The frame behind the last one, or its time");
   command->add_option("--output", options->output, "The new file")->required()->type_name("OUT");
   command->add_flag("--force", options->force, "Replace a file that exists");
-  const std::map<std::string, AudioFileTypeID> types{
-      {"aiff", kAudioFileAIFFType}, {"aifc", kAudioFileAIFCType}, {"wave", kAudioFileWAVEType}};
-  command->add_option("--type", options->type, "aiff, aifc or wave; else by the extension of OUT, else as FILE")
-      ->transform(CLI::CheckedTransformer(types, CLI::ignore_case))
-      ->type_name("TYPE");
+  addType(*command, &options->type);
   command->add_flag("--quiet", options->quiet, "No progress bar, no closing line");
   command->callback([options, action] { *action = [options] { exportRange(*options); }; });
 }

@@ -16,6 +16,19 @@ class BarDelegate : public OrvObject, public OrvProgressDelegate {
   ProgressBar& bar_;
 };
 
+// The framework begins some of its lines with the file that they are about. Of a destination the person knows another
+// name: `subject`.
+[[noreturn]] void fail(const OrvAudioFileProcessor::ExportRequest& request, const std::string& problem,
+                       const std::string& subject) {
+  if (problem.starts_with(request.destinationPath + ": ")) {
+    throw Failure(subject, problem.substr(request.destinationPath.size() + 2));
+  }
+  if (problem.starts_with(request.sourcePath + ": ")) {
+    throw Failure(request.sourcePath, problem.substr(request.sourcePath.size() + 2));
+  }
+  throw Failure(subject, problem);
+}
+
 }  // namespace
 
 void runExport(OrvAudioFileProcessor::ExportRequest request, const std::string& subject, ProgressBar& progress) {
@@ -26,7 +39,7 @@ void runExport(OrvAudioFileProcessor::ExportRequest request, const std::string& 
     throw Cancelled();
   }
   if (!result.done) {
-    throw Failure(subject, result.problem.empty() ? describeStatus(result.status) : result.problem);
+    fail(request, result.problem.empty() ? describeStatus(result.status) : result.problem, subject);
   }
 }
 

@@ -48,19 +48,28 @@ void checkDestinations(const SplitOptions& options) {
   }
 }
 
+void printNote(const SplitOptions& options, const std::string& text) {
+  if (!options.quiet) {
+    std::fprintf(stderr, "orv: note: %s\n", text.c_str());
+  }
+}
+
 std::vector<Track> detectTracks(const SplitOptions& options, ProgressBar& progress) {
   DetectionSettings settings = options.settings;
   if (settings.numberOfTracks > options.method->mostTracks) {
-    if (!options.quiet) {
-      std::fprintf(stderr, "orv: note: the method '%s' finds %d tracks at most, and is asked for so many\n",
-                   options.method->name.data(), options.method->mostTracks);
-    }
     settings.numberOfTracks = options.method->mostTracks;
+    printNote(options, formatText("the method '%s' finds %d tracks at most, and is asked for so many",
+                                  options.method->name.data(), settings.numberOfTracks));
   }
   settings.cancel = &interruption();
   settings.progress = [&progress](double fraction) { progress.update(fraction); };
   progress.begin("Analysing");
-  return options.method->detect(options.path, settings);
+  std::vector<Track> tracks = options.method->detect(options.path, settings);
+  progress.clear();
+  if (settings.numberOfTracks > 0 && tracks.size() != static_cast<std::size_t>(settings.numberOfTracks)) {
+    printNote(options, formatText("asked for %d tracks, found %zu", settings.numberOfTracks, tracks.size()));
+  }
+  return tracks;
 }
 
 // Everything is made under temporary names before the first file gets its own.

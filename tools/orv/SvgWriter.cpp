@@ -40,7 +40,7 @@ constexpr std::string_view kStyle =
     ".time{font-size:11px;fill:#5b6875}"
     ".lane{font-size:12px;fill:#5b6875;text-anchor:end}"
     ".tick{font-size:11px;fill:#5b6875;text-anchor:middle}"
-    ".wave{fill:#2a6f97;stroke:#2a6f97;stroke-width:.6;stroke-linejoin:round}"
+    ".wave{fill:#2a6f97;stroke:#2a6f97;stroke-width:1;stroke-linejoin:round}"
     ".centre{stroke:#b9c6d2;stroke-width:1}"
     ".axis{stroke:#8794a1;stroke-width:1}"
     ".cut{stroke:#d1495b;stroke-width:1.4}"
@@ -80,6 +80,11 @@ double timeWidth(const std::string& time) {
     width += c == ':' || c == '.' ? kTimeMark : kTimeDigit;
   }
   return width;
+}
+
+// Rounded to what is shown, so that no "-0.0" is.
+double decibels(double peak) {
+  return std::round(200 * std::log10(peak)) / 10 + 0.0;
 }
 
 // How much larger than life the waveform is drawn: powers of two for what is quiet, less than 1 for float samples past
@@ -132,7 +137,7 @@ class Drawing {
     if (picture_.channels.size() < picture_.channelsInFile) {
       text += formatText(" · channels 1 to %zu of %u", picture_.channels.size(), picture_.channelsInFile);
     }
-    text += picture_.peak > 0 ? formatText(" · peak %.1f dBFS", 20 * std::log10(double{picture_.peak})) : " · silent";
+    text += picture_.peak > 0 ? formatText(" · peak %.1f dBFS", decibels(double{picture_.peak})) : " · silent";
     if (gain_ > 1) {
       text += formatText(", drawn ×%.0f", gain_);
     } else if (gain_ < 1) {

@@ -49,7 +49,8 @@ TrackFiles::TrackFiles(std::string directory, const SourceFile& source, std::vec
     : directory_(std::move(directory)), sourcePath_(source.path), tracks_(std::move(tracks)), overwrite_(overwrite) {
   checkDestinationDirectory(directory_);
   const std::string extension = source.file->fileStreamFormat()->isFloat() ? ".aifc" : ".aiff";
-  const bool exists = fs::exists(directory_);
+  std::error_code error;
+  const bool exists = fs::exists(directory_, error);
   for (std::size_t i = 0; i < tracks_.size(); ++i) {
     names_.push_back(trackFileName(i + 1, tracks_[i].name, extension));
     paths_.push_back((fs::path(directory_) / names_.back()).string());
