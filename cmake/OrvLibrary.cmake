@@ -13,9 +13,10 @@ set_target_properties(OrvCoreAudio PROPERTIES
   VERSION ${PROJECT_VERSION}
   SOVERSION ${orv_soversion}
   LINK_DEPENDS ${orv_symbol_map})
-target_link_options(OrvCoreAudio PRIVATE
-  LINKER:--version-script=${orv_symbol_map}
-  $<$<NOT:$<BOOL:${ORV_SANITIZE}>>:LINKER:--no-undefined>)
+target_link_options(OrvCoreAudio PRIVATE LINKER:--version-script=${orv_symbol_map})
+if(NOT ORV_SANITIZE)  # whose symbols are in the program, not in the library
+  target_link_options(OrvCoreAudio PRIVATE LINKER:--no-undefined)
+endif()
 
 add_library(orv_static STATIC EXCLUDE_FROM_ALL)
 
