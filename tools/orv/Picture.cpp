@@ -13,7 +13,7 @@
 namespace orv::cli {
 namespace {
 
-constexpr std::uint64_t kBlockBytes = 256 * 1024;
+constexpr std::uint64_t kBlockBytes = 0x40000;
 
 std::shared_ptr<OrvAudioStreamBasicDescription> nativeFloat(double sampleRate, std::uint32_t channels) {
   AudioStreamBasicDescription record{};

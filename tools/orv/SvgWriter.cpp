@@ -67,7 +67,7 @@ std::string escaped(std::string_view text) {
 }
 
 std::string textAt(double x, double y, const char* kind, const std::string& text) {
-  return formatText("<text class=\"%s\" x=\"%.1f\" y=\"%.1f\">", kind, x, y) + escaped(text) + "</text>\n";
+  return formatText(R"(<text class="%s" x="%.1f" y="%.1f">)", kind, x, y) + escaped(text) + "</text>\n";
 }
 
 std::string lineFrom(double x1, double y1, double x2, double y2, const char* kind) {
@@ -151,7 +151,7 @@ class Drawing {
     std::string text;
     for (std::size_t i = 0; i < picture_.tracks.size(); ++i) {
       const Track& track = picture_.tracks[i];
-      text += formatText("<rect class=\"%s\" x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\"><title>",
+      text += formatText(R"(<rect class="%s" x="%.1f" y="%.1f" width="%.1f" height="%.1f"><title>)",
                          i % 2 == 0 ? "odd" : "even", x(track.begin), kBandTop, x(track.end) - x(track.begin),
                          kLanesBottom - kBandTop);
       text += escaped(formatText("%zu ", i + 1) + printable(track.name) + ", " + timeText(secondsAt(track.begin)) +
@@ -191,7 +191,7 @@ class Drawing {
     const double step = (kPlotRight - kPlotLeft) / static_cast<double>(columns);
     const auto y = [&](float sample) { return centre - double{sample} * gain_ * amplitude; };
     const auto edge = [&](std::size_t column) { return kPlotLeft + step * static_cast<double>(column); };
-    std::string text = formatText("<path class=\"wave\" d=\"M%.1f %.1f", kPlotLeft, y(channel.maximum[0]));
+    std::string text = formatText(R"(<path class="wave" d="M%.1f %.1f)", kPlotLeft, y(channel.maximum[0]));
     for (std::size_t i = 0; i < columns; ++i) {
       text += formatText("V%.1fH%.1f", y(channel.maximum[i]), edge(i + 1));
     }
@@ -218,25 +218,39 @@ class Drawing {
 
   std::string cutAt(std::uint64_t frame) const { return lineFrom(x(frame), kBandTop, x(frame), kLanesBottom, "cut"); }
 
-  // Where tracks are short the time goes first, then every number that would run into the one before.
+  // Numbers that have room in their band are always there. Of the others those are that run into no neighbour.
   std::string labels() const {
     std::string text;
-    double free = 0;
+    double takenUpTo = 0;
     for (std::size_t i = 0; i < picture_.tracks.size(); ++i) {
-      const Track& track = picture_.tracks[i];
-      const double left = x(track.begin) + 4;
-      const double room = x(track.end) - left;
-      const std::string number = std::to_string(i + 1);
-      const std::string time = timeText(secondsAt(track.begin), {.decimals = seconds_ < 10 ? 1 : 0});
-      if (left >= free) {
-        text += textAt(left, kNumberBaseline, "number", number);
-        free = left + kNumberCharacter * static_cast<double>(number.size());
+      const double left = labelLeft(i);
+      const double right = left + numberWidth(i);
+      if (numberHasRoom(i) || (left >= takenUpTo && right <= nextNumberWithRoom(i))) {
+        text += textAt(left, kNumberBaseline, "number", std::to_string(i + 1));
+        takenUpTo = right;
       }
-      if (room >= timeWidth(time)) {
+      const std::string time = timeText(secondsAt(picture_.tracks[i].begin), {.decimals = seconds_ < 10 ? 1 : 0});
+      if (left + timeWidth(time) <= x(picture_.tracks[i].end)) {
         text += textAt(left, kTimeBaseline, "time", time);
       }
     }
     return text;
+  }
+
+  double labelLeft(std::size_t track) const { return x(picture_.tracks[track].begin) + 4; }
+  static double numberWidth(std::size_t track) {
+    return kNumberCharacter * static_cast<double>(std::to_string(track + 1).size()) + 3;
+  }
+  bool numberHasRoom(std::size_t track) const {
+    return labelLeft(track) + numberWidth(track) <= x(picture_.tracks[track].end) + 4;
+  }
+  double nextNumberWithRoom(std::size_t track) const {
+    for (std::size_t i = track + 1; i < picture_.tracks.size(); ++i) {
+      if (numberHasRoom(i)) {
+        return labelLeft(i);
+      }
+    }
+    return kWidth;
   }
 
   std::string axis() const {

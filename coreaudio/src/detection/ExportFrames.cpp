@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <vector>
 
@@ -38,11 +39,11 @@ Result failure(const std::string& path, const OrvAudioFile& file) {
 }
 
 /// The name under which the file is written until it is complete: in the same folder, so that the last step is a
-/// rename.
+/// rename, and short, whatever the destination is called.
 std::string partialPath(const std::string& destination) {
-  const std::filesystem::path path(destination);
-  const std::string name = formatText(".%s.%ld.partial", path.filename().c_str(), static_cast<long>(::getpid()));
-  return (path.parent_path() / name).string();
+  static std::atomic<unsigned> counter{0};
+  const std::string name = formatText(".orv-%ld-%u.partial", static_cast<long>(::getpid()), counter++);
+  return (std::filesystem::path(destination).parent_path() / name).string();
 }
 
 /// Removes a file unless it was kept.

@@ -27,6 +27,11 @@ Bytes zeroedBytes(std::uint32_t count) {
   return Bytes(new (std::nothrow) char[count]());
 }
 
+/// The length in frames times 5. The product wraps at 32 bits, for files of more than 858,993,459 frames.
+std::uint32_t fifthsOf(OrvAudioFile& file) {
+  return file.lengthInFrames() * 5;
+}
+
 /// One analysis of one file: reads it block by block and counts.
 class FileAnalysis {
  public:
@@ -35,7 +40,7 @@ class FileAnalysis {
         fileFormat_(file.fileStreamFormat() ? file.fileStreamFormat() : OrvAudioStreamBasicDescription::init()),
         analysisFormat_(OrvAudioStreamBasicDescription::defaultStandardFileFormat()),
         framesPerBlock_(crossings::framesPerBlock(file.sampleRate())),
-        counts_(crossings::numberOfBlocks(file.lengthInFrames() * std::uint32_t{5}, file.sampleRate())) {
+        counts_(crossings::numberOfBlocks(fifthsOf(file), file.sampleRate())) {
     analysisFormat_->setSampleRate(file.sampleRate());
     analysisFormat_->setFormatFlags(kAnalysisFlags);
     record_.reset(analysisFormat_->audioStreamBasicDescription());

@@ -119,7 +119,8 @@ std::int64_t OrvAudioFile::lengthInMilliSeconds() {
   if (!_fileStreamFormat || _bytesPerFrame == 0) {
     return 0;
   }
-  const double milliSeconds = static_cast<double>(lengthInBytes() / _bytesPerFrame) / _sampleRate * 1000.0;
+  const std::uint64_t frames = lengthInBytes() / _bytesPerFrame;
+  const double milliSeconds = static_cast<double>(frames) / _sampleRate * 1000.0;
   const bool isRepresentable = std::isfinite(milliSeconds) &&
                                std::fabs(milliSeconds) < static_cast<double>(std::numeric_limits<std::int64_t>::max());
   return isRepresentable ? static_cast<std::int64_t>(milliSeconds) : 0;
