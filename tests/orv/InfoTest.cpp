@@ -49,6 +49,17 @@ const Kind kKinds[] = {
 
 class OrvInfoKinds : public testing::TestWithParam<Kind> {};
 
+// What `orv info` says of a file is what two other readers say of it.
+void expectOthersAgree(const std::string& path, const nlohmann::json& info) {
+  EXPECT_EQ(soxi("-r", path), std::to_string(info["sampleRate"].get<int>()));
+  EXPECT_EQ(soxi("-c", path), std::to_string(info["channels"].get<int>()));
+  EXPECT_EQ(soxi("-s", path), std::to_string(info["lengthInFrames"].get<int>()));
+  EXPECT_EQ(soxi("-b", path), std::to_string(info["bitsPerChannel"].get<int>()));
+  EXPECT_EQ(sndfileInfo("Sample Rate", path), std::to_string(info["sampleRate"].get<int>()));
+  EXPECT_EQ(sndfileInfo("Channels", path), std::to_string(info["channels"].get<int>()));
+  EXPECT_EQ(sndfileInfo("Frames", path), std::to_string(info["lengthInFrames"].get<int>()));
+}
+
 TEST_P(OrvInfoKinds, AgreeWithSoxiAndSndfileInfo) {
   const TemporaryDirectory scratch;
   const std::string path = scratch / "recording";
@@ -60,13 +71,22 @@ TEST_P(OrvInfoKinds, AgreeWithSoxiAndSndfileInfo) {
   EXPECT_EQ(info["bitsPerChannel"], GetParam().bits);
   EXPECT_EQ(info["bytesPerFrame"], 3 * GetParam().bits / 8);
   EXPECT_EQ(info["lengthInBytes"], 1234 * 3 * GetParam().bits / 8);
-  EXPECT_EQ(soxi("-r", named), std::to_string(info["sampleRate"].get<int>()));
-  EXPECT_EQ(soxi("-c", named), std::to_string(info["channels"].get<int>()));
-  EXPECT_EQ(soxi("-s", named), std::to_string(info["lengthInFrames"].get<int>()));
-  EXPECT_EQ(soxi("-b", named), std::to_string(info["bitsPerChannel"].get<int>()));
-  EXPECT_EQ(sndfileInfo("Sample Rate", named), std::to_string(info["sampleRate"].get<int>()));
-  EXPECT_EQ(sndfileInfo("Channels", named), std::to_string(info["channels"].get<int>()));
-  EXPECT_EQ(sndfileInfo("Frames", named), std::to_string(info["lengthInFrames"].get<int>()));
+  expectOthersAgree(named, info);
+}
+
+TEST_P(OrvInfoKinds, AgreeWithSoxiAndSndfileInfoOnWhatIsExported) {
+  const TemporaryDirectory scratch;
+  const std::string source = scratch / "recording";
+  writeRecording(source, noise(1234, 2, 22'050), GetParam().format);
+  for (const char* name : {"out.aiff", "out.aifc", "out.wav"}) {
+    SCOPED_TRACE(name);
+    const std::string path = scratch / name;
+    ASSERT_EQ(runOrv({"export", source, "--from", "34", "--to", "1034", "--output", path}).status, 0);
+    const nlohmann::json info = orvJson({"info", path});
+    EXPECT_EQ(info["lengthInFrames"], 1000);
+    EXPECT_EQ(info["bitsPerChannel"], GetParam().bits);
+    expectOthersAgree(path, info);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, OrvInfoKinds, testing::ValuesIn(kKinds), [](const auto& each) {

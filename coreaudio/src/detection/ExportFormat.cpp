@@ -12,7 +12,8 @@ constexpr std::uint32_t kSigned = kAudioFormatFlagIsSignedInteger;
 constexpr std::uint32_t kBigEndian = kAudioFormatFlagIsBigEndian;
 constexpr std::uint32_t kPacked = kAudioFormatFlagIsPacked;
 
-/// Sample flags of integers in a file of `type`; AIFC holds what comes.
+/// Sample flags of integers in a file of `type`. AIFC holds either byte order; what it holds without sign, few programs
+/// read.
 std::uint32_t integerFlags(AudioFileTypeID type, std::uint32_t bits, std::uint32_t sourceFlags) {
   switch (type) {
     case kAudioFileAIFFType:
@@ -20,7 +21,7 @@ std::uint32_t integerFlags(AudioFileTypeID type, std::uint32_t bits, std::uint32
     case kAudioFileWAVEType:
       return bits <= 8 ? kPacked : kSigned | kPacked;
     default:
-      return sourceFlags;
+      return (sourceFlags & kSigned) != 0 ? sourceFlags : kSigned | kBigEndian | kPacked;
   }
 }
 
