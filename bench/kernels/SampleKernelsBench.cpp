@@ -129,17 +129,21 @@ void measure(const NamedLayout& from, const NamedLayout& to, const std::vector<o
   const std::vector<double> times = orv::bench::bestTimes(kRounds, candidates);
   std::printf("%-28s", (std::string(from.name) + " to " + to.name).c_str());
   std::size_t next = 0;
+  std::vector<double> ours;
   for (; next < targets.size(); ++next) {
-    printRate(rateOf(conversion, times[next]));
+    ours.push_back(rateOf(conversion, times[next]));
+    printRate(ours.back());
   }
-  const double slowestOfOurs = rateOf(conversion, times[next - 1]);
   double fastestPeer = 0;
   for (const PeerRun& peer : peers) {
     const double rate = peer ? rateOf(conversion, times[next++]) : 0;
     fastestPeer = std::max(fastestPeer, rate);
     printRate(rate);
   }
-  fastestPeer > 0 ? std::printf(" %9.2f\n", slowestOfOurs / fastestPeer) : std::printf(" %9s\n", "no peer");
+  for (const double rate : ours) {
+    fastestPeer > 0 ? std::printf(" %11.2f", rate / fastestPeer) : std::printf(" %11s", "no peer");
+  }
+  std::printf("\n");
   std::fflush(stdout);
 }
 
@@ -149,12 +153,16 @@ int main() {
   const std::vector<orv::simd::Target> targets = targetsToMeasure();
   std::printf("Sample kernels, %zu KiB in the larger of input and output, GB/s of input plus output.\n",
               kBlockBytes / 1024);
-  std::printf("Instruction set in use: %s. Ratio: %s beside the fastest peer.\n\n%-28s",
-              orv::simd::targetName(targets.front()).c_str(), orv::simd::targetName(targets.back()).c_str(), "");
+  std::printf("Instruction set in use: %s. Ratios: ours to the fastest peer.\n\n%-28s",
+              orv::simd::targetName(targets.front()).c_str(), "");
   for (const orv::simd::Target target : targets) {
     std::printf(" %11s", orv::simd::targetName(target).c_str());
   }
-  std::printf(" %11s %11s %11s %9s\n", "swresample", "avcodec", "sndfile", "ratio");
+  std::printf(" %11s %11s %11s", "swresample", "avcodec", "sndfile");
+  for (const orv::simd::Target target : targets) {
+    std::printf(" %11s", ("ratio " + orv::simd::targetName(target)).c_str());
+  }
+  std::printf("\n");
   for (const auto& [from, to] : kConversions) {
     measure(from, to, targets);
   }

@@ -213,33 +213,38 @@ OSStatus StreamConverter::reset() {
 }
 
 OSStatus StreamConverter::property(AudioConverterPropertyID property, std::uint32_t* size, void* data) {
-  if (data == nullptr || *size < sizeof(std::uint32_t)) {
+  const bool hasValue = data != nullptr && *size >= sizeof(std::uint32_t);
+  std::uint32_t given = 0;
+  if (hasValue) {
+    std::memcpy(&given, data, sizeof(given));
+  }
+  const std::optional<std::uint32_t> value = valueOf(property, given);
+  if (!value) {
+    return kAudioConverterErr_PropertyNotSupported;
+  }
+  if (!hasValue) {
     return kAudioConverterErr_BadPropertySize;
   }
-  std::uint32_t value = 0;
-  std::memcpy(&value, data, sizeof(value));
+  std::memcpy(data, &*value, sizeof(*value));
+  *size = sizeof(*value);
+  return noErr;
+}
+
+std::optional<std::uint32_t> StreamConverter::valueOf(AudioConverterPropertyID property, std::uint32_t given) const {
   switch (property) {
     case kAudioConverterPropertyMinimumInputBufferSize:
-      value = sizes_.leastInput();
-      break;
+      return sizes_.leastInput();
     case kAudioConverterPropertyMinimumOutputBufferSize:
-      value = sizes_.leastOutput();
-      break;
+      return sizes_.leastOutput();
     case kAudioConverterPropertyCalculateInputBufferSize:
-      value = sizes_.inputFor(value);
-      break;
+      return sizes_.inputFor(given);
     case kAudioConverterPropertyCalculateOutputBufferSize:
-      value = sizes_.outputFor(value);
-      break;
+      return sizes_.outputFor(given);
     case kAudioConverterSampleRateConverterQuality:
-      value = quality_;
-      break;
+      return quality_;
     default:
-      return kAudioConverterErr_PropertyNotSupported;
+      return std::nullopt;
   }
-  std::memcpy(data, &value, sizeof(value));
-  *size = sizeof(value);
-  return noErr;
 }
 
 OSStatus StreamConverter::setProperty(AudioConverterPropertyID property, std::uint32_t size, const void* data) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "OrvPlatform/AudioConverter.h"
@@ -50,6 +51,8 @@ class StreamConverter final : public Converter {
   std::uint32_t resampledChannels() const;
 
   std::size_t mostFrames(std::size_t frames, std::size_t capacityFrames) const;
+  /// The value of a property; of those that calculate, for the one that is given.
+  std::optional<std::uint32_t> valueOf(AudioConverterPropertyID property, std::uint32_t given) const;
   bool prepare();
   void convertBlocks(const std::byte* input, std::size_t packets, Output* output);
   bool resampleBlocks(const std::byte* input, std::size_t packets, Output* output);

@@ -165,7 +165,8 @@ class Channel {
   std::uint32_t crossings_ = 0;
 };
 
-/// Calls `step(bits)` for each block. The last one is filled up with samples at the level, which change nothing.
+/// Calls `step(bits)` for each block. What the last one has too many is made neither below
+/// nor above, which changes nothing.
 template <bool kSwapped, class Step>
 HWY_INLINE void forEachBlock(const std::int16_t* samples, std::size_t count, std::int16_t level, Step step) {
   std::size_t i = 0;
@@ -173,8 +174,7 @@ HWY_INLINE void forEachBlock(const std::int16_t* samples, std::size_t count, std
     step(blockBits<kSwapped>(samples + i, level));
   }
   if (i < count) {
-    std::int16_t rest[kBlock];
-    std::fill(std::begin(rest), std::end(rest), level);
+    std::int16_t rest[kBlock] = {};
     std::memcpy(rest, samples + i, (count - i) * sizeof(std::int16_t));
     BlockBits bits = blockBits<kSwapped>(rest, level);
     const std::uint64_t valid = (std::uint64_t{1} << (count - i)) - 1;

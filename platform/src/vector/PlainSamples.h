@@ -49,8 +49,7 @@ PlainSample<kContainer> loadPlainly(const std::uint8_t* from, const SamplePlan& 
 
 /// The destination's integer that is nearest to a left-justified one.
 inline std::int32_t plainInteger(std::int32_t sample, const SamplePlan& plan) {
-  const std::int32_t rounded = (sample >> plan.dropBits) + ((sample >> plan.roundShift) & plan.roundMask);
-  return std::min(rounded, plan.maximum);
+  return (std::min(sample, plan.highest) + plan.half) >> plan.dropBits;
 }
 
 /// The destination's integer that is nearest to a float.

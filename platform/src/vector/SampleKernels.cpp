@@ -9,28 +9,66 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "vector/SampleVectors-inl.h"
+#include "vector/ByteVectors-inl.h"
+#include "vector/SampleLoader-inl.h"
+#include "vector/SampleStorers-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orv::simd::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET != HWY_SCALAR
+#if ORV_SAMPLES_HAVE_VECTORS
 
-/// Converts as many whole vectors as there are and says how many samples that is.
-template <SampleContainer kFrom, SampleContainer kTo, bool kPlain>
+/// Converts as many whole vectors as there are, two at a time, and says how many samples that is.
+template <SampleContainer kFrom, SampleContainer kTo, Steps kSteps>
 std::size_t convertVectors(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
-  using T = Tags<kFrom, kTo, kPlain>;
+  using T = Tags<kFrom, kTo, kSteps>;
+  constexpr std::size_t kAtOnce = 2 * T::kLanes;
   // Vectors of 3-byte samples reach a third of their size beyond the last sample.
   constexpr bool kReachesBeyond = kFrom == SampleContainer::int24 || kTo == SampleContainer::int24;
-  constexpr std::size_t kNeeded = T::kLanes + (kReachesBeyond ? (T::kLanes + 2) / 3 : 0);
+  constexpr std::size_t kNeeded = kAtOnce + (kReachesBeyond ? (T::kLanes + 2) / 3 : 0);
   const Loader<T, kFrom> loader(plan);
   const Storer<T, kTo> storer(plan);
   std::size_t done = 0;
-  for (; count - done >= kNeeded; done += T::kLanes) {
-    storer.store(loader.load(from + done * bytesOf(kFrom)), to + done * bytesOf(kTo));
+  const auto step = [&](std::size_t i) HWY_ATTR {
+    const std::uint8_t* const source = from + i * bytesOf(kFrom);
+    storer.store(loader.load(source), loader.load(source + T::kLanes * bytesOf(kFrom)), to + i * bytesOf(kTo));
+  };
+  if constexpr (T::kPlain) {
+    // Loops this short run at a speed that hangs on where they come to lie, unless they are unrolled.
+    for (; count - done >= kNeeded + kAtOnce; done += 2 * kAtOnce) {
+      step(done);
+      step(done + kAtOnce);
+    }
+  }
+  for (; count - done >= kNeeded; done += kAtOnce) {
+    step(done);
   }
   return done;
+}
+
+template <SampleContainer kFrom, SampleContainer kTo>
+std::size_t convertVectors(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
+  if constexpr (kFrom == SampleContainer::int8 && kTo == SampleContainer::int16) {
+    if (coversWholeContainers(plan, 2)) {
+      return widenBytes(plan, from, to, count);
+    }
+  }
+  if constexpr (kFrom == SampleContainer::int16 && kTo == SampleContainer::int8) {
+    if (coversWholeContainers(plan, 1)) {
+      return narrowWords(plan, from, to, count);
+    }
+  }
+  constexpr bool kOrderMatters = ordersApartAsSource(kFrom) || ordersApartAsDestination(kTo);
+  switch (plan.steps) {
+    case Steps::fewest:
+      return convertVectors<kFrom, kTo, Steps::fewest>(plan, from, to, count);
+    case Steps::withOrder:
+      return convertVectors < kFrom, kTo, kOrderMatters ? Steps::withOrder : Steps::fewest > (plan, from, to, count);
+    case Steps::all:
+      return convertVectors<kFrom, kTo, Steps::all>(plan, from, to, count);
+  }
+  return 0;
 }
 
 #endif
@@ -38,9 +76,8 @@ std::size_t convertVectors(const SamplePlan& plan, const std::uint8_t* from, std
 template <SampleContainer kFrom, SampleContainer kTo>
 void convert(const SamplePlan& plan, const std::uint8_t* from, std::uint8_t* to, std::size_t count) {
   std::size_t done = 0;
-#if HWY_TARGET != HWY_SCALAR
-  done = plan.isPlain ? convertVectors<kFrom, kTo, true>(plan, from, to, count)
-                      : convertVectors<kFrom, kTo, false>(plan, from, to, count);
+#if ORV_SAMPLES_HAVE_VECTORS
+  done = convertVectors<kFrom, kTo>(plan, from, to, count);
 #endif
   convertPlainly<kFrom, kTo>(plan, from + done * bytesOf(kFrom), to + done * bytesOf(kTo), count - done);
 }

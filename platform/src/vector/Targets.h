@@ -10,7 +10,8 @@ namespace orv::simd {
 /// One instruction set, as Highway numbers it.
 using Target = std::int64_t;
 
-/// What both this build and this machine can run, best first. The last one is plain C++.
+/// What both this build and this machine can run, best first. The last one needs no particular machine. Goes back to
+/// the best one, as `useBestTarget` does.
 std::vector<Target> availableTargets();
 std::string targetName(Target target);
 

@@ -118,6 +118,7 @@ TEST(ConverterProperties, UnknownAndReadOnlyPropertiesAreRefused) {
   std::uint32_t value = 7;
   std::uint32_t size = sizeof(value);
   EXPECT_EQ(converter->property(fourCC("cmgc"), &size, &value), kAudioConverterErr_PropertyNotSupported);
+  EXPECT_EQ(converter->property(fourCC("cmgc"), &size, nullptr), kAudioConverterErr_PropertyNotSupported);
   EXPECT_EQ(converter->setProperty(fourCC("cmgc"), size, &value), kAudioConverterErr_PropertyNotSupported);
   EXPECT_EQ(converter->setProperty(kLeastInput, size, &value), kAudioConverterErr_PropertyNotSupported);
   EXPECT_EQ(value, 7U);
