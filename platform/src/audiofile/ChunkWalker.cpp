@@ -5,6 +5,24 @@
 namespace orv::audiofile {
 namespace {
 
+/// Longer is only sound. The bound must not be what the file holds: where chunks lie can't depend on how far it grew.
+constexpr std::uint32_t kLongestUsualChunk = std::uint32_t{1} << 28;
+
+/// The chunks that a file can't do without.
+bool isEssential(FourCharCode id) {
+  switch (id) {
+    case fourCC("COMM"):
+    case fourCC("SSND"):
+    case fourCC("fmt "):
+    case fourCC("fact"):
+    case fourCC("data"):
+    case kFillerChunk:
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool isPrintable(FourCharCode id) {
   for (int shift = 0; shift < 32; shift += 8) {
     const FourCharCode character = (id >> shift) & 0xFF;
@@ -45,15 +63,18 @@ std::int64_t ChunkWalker::following() {
   if ((chunk_.size & 1) == 0 || end >= reader_.fileSize()) {
     return end;
   }
-  if (!isChunkAt(end + 1) && isChunkAt(end)) {
-    return end;
-  }
-  return end + 1;
+  return likeness(end) > likeness(end + 1) ? end : end + 1;
 }
 
-bool ChunkWalker::isChunkAt(std::int64_t offset) {
+ChunkWalker::Likeness ChunkWalker::likeness(std::int64_t offset) {
   Chunk chunk;
-  return readHeader(offset, &chunk) && isPrintable(chunk.id) && chunk.size == chunk.declaredSize;
+  if (!readHeader(offset, &chunk) || !isPrintable(chunk.id)) {
+    return Likeness::none;
+  }
+  if (isEssential(chunk.id)) {
+    return Likeness::certain;
+  }
+  return chunk.declaredSize <= kLongestUsualChunk ? Likeness::possible : Likeness::none;
 }
 
 bool ChunkWalker::readHeader(std::int64_t offset, Chunk* chunk) {

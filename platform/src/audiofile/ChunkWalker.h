@@ -47,10 +47,17 @@ class ChunkWalker {
   /// Where the chunk behind the current one begins, or would begin: at most the end of the file.
   std::int64_t following();
 
-  /// Whether a well-formed chunk begins at `offset`: a printable code, and a body that the file holds.
-  bool isChunkAt(std::int64_t offset);
+  /// Whether what lies at `offset` looks like the begin of a chunk.
+  bool isChunkAt(std::int64_t offset) { return likeness(offset) != Likeness::none; }
 
  private:
+  /// How much something looks like the begin of a chunk.
+  enum class Likeness {
+    none,
+    possible,  ///< a printable code and a size that is not absurd
+    certain,   ///< a code that this service knows
+  };
+  Likeness likeness(std::int64_t offset);
   bool readHeader(std::int64_t offset, Chunk* chunk);
 
   HeaderReader& reader_;

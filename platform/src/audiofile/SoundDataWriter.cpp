@@ -90,7 +90,7 @@ OSStatus SoundDataWriter::makeRoom(std::int64_t wantedEnd, std::int64_t* allowed
   const std::int64_t soundEnd = position(wholeEnd);
   if (!tail_.exists()) {
     if (container_.canSay({wholeEnd, soundEnd, layout_.nextChunk(soundEnd)})) {
-      return noErr;
+      return hasGrown() ? noErr : makeHeaderTrue(allowedEnd);
     }
     *allowedEnd = 0;
     return refuse(kAudioFileDoesNotAllow64BitDataSizeError, "this type of file ends at 4 GiB");
@@ -103,6 +103,16 @@ OSStatus SoundDataWriter::makeRoom(std::int64_t wantedEnd, std::int64_t* allowed
     *allowedEnd = 0;
   } else {
     formEnd_ = tail_.formEnd();
+  }
+  return status;
+}
+
+/// Of a file that was cut off, or never finished, only its end told how much audio it holds: before that end moves, the
+/// header has to say it.
+OSStatus SoundDataWriter::makeHeaderTrue(std::int64_t* allowedEnd) {
+  const OSStatus status = commitAtEnd();
+  if (status != noErr) {
+    *allowedEnd = 0;
   }
   return status;
 }
@@ -183,10 +193,14 @@ OSStatus SoundDataWriter::commit() {
   if (const OSStatus status = settle(); status != noErr) {
     return status;
   }
+  if (!hasGrown()) {
+    return noErr;
+  }
   if (!tail_.exists()) {
     return written_ == committed_ ? noErr : commitAtEnd();
   }
-  return written_ == committed_ && next() >= tail_.gapStart() ? noErr : commitBeforeTail();
+  const bool isFillerInPlace = next() >= tail_.gapStart();
+  return written_ == committed_ && isFillerInPlace ? noErr : commitBeforeTail();
 }
 
 OSStatus SoundDataWriter::commitWhenDue() {
@@ -304,11 +318,11 @@ OSStatus SoundDataWriter::close() {
   if (const OSStatus status = commit(); status != noErr) {
     return status;
   }
-  if (written_ == layout_.dataBytes) {
+  if (!hasGrown()) {
     return noErr;
   }
   if (tail_.exists()) {
-    return tail_.isApart() ? tail_.close({committed_, soundEnd_, formEnd_}) : noErr;
+    return tail_.close({committed_, soundEnd_, formEnd_});
   }
   return file_.size() > formEnd_ ? file_.setSize(formEnd_) : noErr;
 }

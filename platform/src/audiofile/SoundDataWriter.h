@@ -50,7 +50,11 @@ class SoundDataWriter {
   std::int64_t end() const { return position(written_); }
   std::int64_t next() const { return layout_.nextChunk(end()); }
 
+  /// A file that did not grow is left exactly as it is, whatever it looks like.
+  bool hasGrown() const { return written_ != layout_.dataBytes; }
+
   OSStatus makeRoom(std::int64_t wantedEnd, std::int64_t* allowedEnd);
+  OSStatus makeHeaderTrue(std::int64_t* allowedEnd);
   OSStatus append(std::int64_t start, std::span<const std::uint8_t> data, std::size_t* taken);
   OSStatus finishFrame(std::int64_t start, std::span<const std::uint8_t> data, std::size_t* taken);
   OSStatus put(std::int64_t start, std::span<const std::uint8_t> data, std::size_t* moved);

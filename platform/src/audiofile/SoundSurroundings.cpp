@@ -16,7 +16,7 @@ void SoundSurroundings::noteSound(ChunkWalker& walker, std::int64_t dataStart) {
 
 void SoundSurroundings::noteOther(ChunkWalker& walker) {
   const Chunk& chunk = walker.chunk();
-  const bool isFiller = chunk.id == kFillerChunk;
+  const bool isFiller = chunk.id == kFillerChunk && chunk.size == chunk.declaredSize;
   chunksEnd_ = std::min(walker.following(), fileSize_);
   if (hasSound_ && isFiller && chunk.header == behindSound_) {
     tailStart_ = chunksEnd_;

@@ -65,7 +65,7 @@ OSStatus Tail::makeRoom(std::int64_t soundEnd, const Sizes& now) {
   return moveTo(position, now);
 }
 
-/// A killed process may have left a filler behind the tail.
+/// The tail has just been moved back, or a killed process left a filler behind it.
 OSStatus Tail::dropAbandonedFiller(const Sizes& now) {
   const std::int64_t end = position_ + length_;
   if (fileEnd_ == end) {
@@ -116,6 +116,11 @@ OSStatus Tail::copyTo(std::int64_t position, const Sizes& now) {
 }
 
 OSStatus Tail::close(const Sizes& now) {
+  const OSStatus status = isApart_ ? moveBack() : noErr;
+  return status == noErr ? dropAbandonedFiller(now) : status;
+}
+
+OSStatus Tail::moveBack() {
   const std::int64_t place = gapStart_;
   ChunkHeader front{};
   const auto frontBytes = std::min<std::int64_t>(length_, kChunkHeaderBytes);
@@ -131,12 +136,11 @@ OSStatus Tail::close(const Sizes& now) {
   if (status == noErr) {
     status = writeAll(file_, place, front);
   }
-  if (status != noErr) {
-    return status;
+  if (status == noErr) {
+    position_ = place;
+    isApart_ = false;
   }
-  position_ = place;
-  isApart_ = false;
-  return dropAbandonedFiller(now);
+  return status;
 }
 
 OSStatus Tail::storeFiller(std::int64_t start, std::int64_t end) {

@@ -50,6 +50,7 @@ class Tail {
   OSStatus close(const Sizes& now);
 
  private:
+  OSStatus moveBack();
   OSStatus dropAbandonedFiller(const Sizes& now);
   OSStatus moveTo(std::int64_t position, const Sizes& now);
   OSStatus copyTo(std::int64_t position, const Sizes& now);

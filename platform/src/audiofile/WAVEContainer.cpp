@@ -145,10 +145,11 @@ std::vector<Patch> WAVEContainer::sizePatches(const Sizes& sizes) const {
   if (sizes64_ != Sizes64::inUse && fits32(sizes)) {
     patches = {field(dataSizeField, dataSize), field(kFormSizeField, formSize)};
   } else {
-    // The long sizes come first: nobody looks at them before the form is called RF64.
+    // Nobody looks at the long sizes before the form is called RF64, and at the long one of the data before its own
+    // field says so.
     Patch outer = Patch::number(0, kChunkHeaderBytes, ByteOrder::little, 0);
     storeChunkHeader(outer.bytes.data(), ByteOrder::little, kRiff64, kUnknownSize);
-    patches = {sizes64Patch(formSize, dataSize, frames), field(dataSizeField, kUnknownSize), outer};
+    patches = {sizes64Patch(formSize, dataSize, frames), outer, field(dataSizeField, kUnknownSize)};
   }
   if (factField_ != 0) {
     patches.push_back(field(factField_, std::min<std::int64_t>(frames, kUnknownSize)));

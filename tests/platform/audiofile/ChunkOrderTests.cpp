@@ -73,6 +73,14 @@ TEST_F(ChunkOrder, ForgottenPadBytesAreNoticed) {
   expectAudio(riff(data + formatChunk(1, 8)), kOddAudio);
 }
 
+TEST_F(ChunkOrder, AForgottenPadByteIsNoticedWhateverTheNextSizeSpells) {
+  // Read one byte late, "data" and a size of 0x20 bytes spell the code "ata ".
+  const Bytes audio = Bytes(0x20, 0);
+  expectAudio(
+      riff(formatChunk(1, 8) + littleChunk("note", text("odd"), Padding::forgotten) + littleChunk("data", audio)),
+      audio);
+}
+
 TEST_F(ChunkOrder, HundredsOfChunksBeforeTheSoundAreWalkedOver) {
   Bytes chunks;
   for (int i = 0; i < 3000; ++i) {

@@ -32,6 +32,7 @@ const Bytes kInfo = littleChunk("LIST", text("INFOINAM") + Bytes{4, 0, 0, 0} + t
 
 const std::vector<std::size_t> kOrdinary{40, 0, 400, 4000, 0, 40, 0, 4, 0, 8, 0, 100, 100};
 const std::vector<std::size_t> kTiny{1, 0, 1, 0, 2, 0, 3, 1, 0, 5, 0, 7, 0, 8, 0, 9, 0, 10, 1, 0, 0, 300, 0, 1};
+const std::vector<std::size_t> kSome{40, 0, 70000, 0, 30000, 0, 4};
 const std::vector<std::size_t> kLarge{60000, 0, 70000, 0, 200000, 0, 4, 0, 500000, 44, 0};
 
 std::vector<Scenario> scenarios() {
@@ -45,6 +46,8 @@ std::vector<Scenario> scenarios() {
   const Bytes waveSoundFirst = riff(littleChunk("data", kOld) + kInfo + formatChunk(2, 16));
   const Bytes farHeader = form("AIFF", bigChunk("APPL", text("orvT") + audioBytes(9000, 7)) + commonChunk(2, 100, 16) +
                                            soundChunk(kOld) + kName);
+  const Bytes longBehind =
+      form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld) + bigChunk("APPL", text("orvT") + audioBytes(100000, 7)));
   return {
       {"NewAIFF", aiff, signedBig(16), {}, {}, kOrdinary},
       {"NewAIFFOfBytes", aiff, signedBig(8, 1), {}, {}, kTiny},
@@ -55,6 +58,7 @@ std::vector<Scenario> scenarios() {
       {"AIFF", aiff, signedBig(16), form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld)), {}, kOrdinary},
       {"AIFFWithChunksBehind", aiff, signedBig(16), behind, {"NAME", "APPL"}, kOrdinary},
       {"AIFFWithChunksBehindGrowingMuch", aiff, signedBig(16), behind, {"NAME", "APPL"}, kLarge},
+      {"AIFFWithALongChunkBehind", aiff, signedBig(16), longBehind, {"APPL"}, kSome},
       {"AIFFWithTheSoundFirst", aiff, signedBig(16), soundFirst, {"NAME", "APPL"}, kOrdinary},
       {"AIFFWithTheSoundFirstGrowingMuch", aiff, signedBig(16), soundFirst, {"NAME", "APPL"}, kLarge},
       {"AIFFWithAFarHeader", aiff, signedBig(16), farHeader, {"APPL", "NAME"}, kOrdinary},
@@ -187,6 +191,21 @@ TEST_P(Crash, EveryStateCanBeContinued) {
     EXPECT_EQ(audioOf("state"), found + more);
     expectOtherChunks(files_->file("state"));
     EXPECT_TRUE(chunksNamed(files_->file("state"), "Orvf").empty()) << "a filler was left behind";
+  });
+}
+
+TEST_P(Crash, AnAbandonedFillerBehindTheOtherChunksIsGivenBack) {
+  forEveryState([&](const Bytes& state) {
+    files_->put("state", state);
+    {
+      const Opened file = openForUpdate("state");
+      append(*file.session, Bytes(GetParam().format.mBytesPerFrame, 0x99));
+      ASSERT_EQ(file.session->updateSizes(), noErr);
+      EXPECT_LE(chunksNamed(files_->file("state"), "Orvf").size(), 1U) << "but for the one in use";
+    }
+    // Killed once more.
+    ASSERT_EQ(openForUpdate("state").status, noErr);
+    expectOtherChunks(files_->file("state"));
   });
 }
 

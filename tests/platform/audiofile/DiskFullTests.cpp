@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "AudioFileRecipes.h"
 
@@ -131,6 +132,44 @@ TEST_P(FullDisk, TheRestOfTheGapIsUsedUp) {
   expectOtherChunk();
 }
 
+class FullDiskAndAChunkBehind : public FullDisk {};
+
+TEST_P(FullDiskAndAChunkBehind, AGapThatIsFilledToItsEndIsStillClosedSafely) {
+  for (std::size_t last = 0; last < 24; ++last) {
+    putFile();
+    files_->disk().capacity = std::numeric_limits<std::size_t>::max();
+    const Opened file = openForUpdate("f");
+    ASSERT_EQ(appendWhatGoes(*file.session, 1000, 1), noErr);
+    files_->disk().capacity = files_->file("f").size();
+    while (appendWhatGoes(*file.session, 4001, 2) == noErr) {
+    }
+    // Some bytes less than the gap holds, then in several commits up to its end.
+    appendWhatGoes(*file.session, last, 3);
+    file.session->updateSizes();
+    appendWhatGoes(*file.session, 1, 4);
+    files_->disk().onChange = [&](const Bytes& state) { EXPECT_EQ(chunksNamed(state, GetParam().chunk), chunk_); };
+    ASSERT_EQ(file.session->close(), noErr);
+    files_->disk().onChange = nullptr;
+    EXPECT_EQ(audioOf("f"), wholeFramesExpected());
+  }
+}
+
+TEST_P(FullDiskAndAChunkBehind, AFailureToMakeRoomLeavesTheFileAsItWas) {
+  const Bytes before = files_->file("f");
+  // Reserving, copying the chunks, a filler behind them, the header, the filler before them.
+  const int changes = GetParam().name == std::string("AIFFWithTheSoundFirst") ? 7 : 5;
+  for (int change = 0; change < changes; ++change) {
+    putFile();
+    files_->disk().changes = 0;
+    files_->disk().failAt = change;
+    const Opened file = openForUpdate("f");
+    EXPECT_EQ(appendWhatGoes(*file.session, 400, 1), kDiskFullStatus) << change;
+    EXPECT_EQ(file.session->dataByteCount(), static_cast<std::int64_t>(wholeFramesExpected().size()));
+    EXPECT_EQ(files_->file("f"), before) << change;
+    EXPECT_EQ(appendWhatGoes(*file.session, 400, 1), noErr) << "the next try works";
+  }
+}
+
 /// Runs a recording in which one change of the disk after the other fails.
 class FailingDisk : public FullDisk {
  protected:
@@ -175,11 +214,18 @@ TEST_P(FailingDisk, NoSingleFailureCostsAnything) {
   }
 }
 
+std::vector<Start> startsWithAChunkBehind() {
+  std::vector<Start> all = starts();
+  std::erase_if(all, [](const Start& start) { return start.chunk.empty(); });
+  return all;
+}
+
 std::string nameOf(const ::testing::TestParamInfo<Start>& parameter) {
   return parameter.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Everywhere, FullDisk, ::testing::ValuesIn(starts()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Everywhere, FullDiskAndAChunkBehind, ::testing::ValuesIn(startsWithAChunkBehind()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Everywhere, FailingDisk, ::testing::ValuesIn(starts()), nameOf);
 
 class NewFileOnAFullDisk : public ::testing::Test {

@@ -86,9 +86,10 @@ class LargeFiles : public ::testing::Test {
 
   enum class Reserve { none, junk };
 
-  /// Header of a WAVE with `dataBytes` bytes of sound and `behind` bytes of other chunks behind.
-  static Bytes waveHeader(Reserve reserve, std::int64_t dataBytes, std::size_t behind = 0) {
-    const Bytes chunks = (reserve == Reserve::junk ? littleChunk("JUNK", Bytes(28, 0)) : Bytes{}) + formatChunk(2, 16);
+  /// Header of a WAVE with `dataBytes` bytes of sound, other chunks before it and `behind` bytes of them behind.
+  static Bytes waveHeader(Reserve reserve, std::int64_t dataBytes, const Bytes& before = {}, std::size_t behind = 0) {
+    const Bytes chunks =
+        (reserve == Reserve::junk ? littleChunk("JUNK", Bytes(28, 0)) : Bytes{}) + formatChunk(2, 16) + before;
     const auto bytes = static_cast<std::uint64_t>(dataBytes);
     return text("RIFF") + littleEndian(4 + chunks.size() + 8 + bytes + behind, 4) + text("WAVE") + chunks +
            text("data") + littleEndian(bytes, 4);
@@ -241,7 +242,7 @@ TEST_F(LargeFiles, AnRF64GrowsOnAsOne) {
 TEST_F(LargeFiles, AChunkBehindTheSoundIsKeptAcrossFourGiB) {
   const Bytes list = littleChunk("LIST", text("INFOINAM") + Bytes{4, 0, 0, 0} + text("song"));
   const std::int64_t dataBytes = k4GiB - 512;
-  makeSparse(waveHeader(Reserve::junk, dataBytes, list.size()), 80 + dataBytes, list);
+  makeSparse(waveHeader(Reserve::junk, dataBytes, {}, list.size()), 80 + dataBytes, list);
   const Opened file = openForUpdate(path_);
   std::uint32_t count = 0;
   ASSERT_EQ(appendTo(*file.session, audioBytes(1000), &count), noErr);
@@ -258,25 +259,35 @@ TEST_F(LargeFiles, AChunkBehindTheSoundIsKeptAcrossFourGiB) {
   EXPECT_EQ(end, list);
 }
 
-/// With and without a chunk behind the sound.
-class UpgradeInterrupted : public LargeFiles, public ::testing::WithParamInterface<bool> {};
+struct UpgradeCase {
+  const char* name;
+  Bytes before;  ///< chunks between format and sound
+  Bytes behind;  ///< chunks behind the sound
+};
+
+std::ostream& operator<<(std::ostream& out, const UpgradeCase& c) {
+  return out << c.name;
+}
+
+class UpgradeInterrupted : public LargeFiles, public ::testing::WithParamInterface<UpgradeCase> {};
 
 TEST_P(UpgradeInterrupted, AtEveryStepTheFileOpensWithAllThatWasCommitted) {
-  const Bytes list = GetParam() ? littleChunk("LIST", text("INFOINAM") + Bytes{4, 0, 0, 0} + text("song")) : Bytes{};
-  const std::int64_t dataBytes = k4GiB - 512;
+  const std::int64_t dataBytes = k4GiB - 8192;
+  const Bytes head = waveHeader(Reserve::junk, dataBytes, GetParam().before, GetParam().behind.size());
+  const auto dataStart = static_cast<std::int64_t>(head.size());
   bool hasDied = true;
   int steps = 0;
   for (; hasDied; ++steps) {
-    makeSparse(waveHeader(Reserve::junk, dataBytes, list.size()), 80 + dataBytes, list);
+    makeSparse(head, dataStart + dataBytes, GetParam().behind);
     const auto files = std::make_shared<DyingFiles>(steps);
     const auto previous = installFileManager(files);
     {
       // What a process that is dead already is told does not matter.
       const Opened file = openForUpdate(path_);
       std::uint32_t count = 0;
-      OSStatus status = appendTo(*file.session, audioBytes(1000), &count);
+      OSStatus status = appendTo(*file.session, audioBytes(10000), &count);
       status = status == noErr ? file.session->updateSizes() : status;
-      status = status == noErr ? appendTo(*file.session, audioBytes(1000), &count) : status;
+      status = status == noErr ? appendTo(*file.session, audioBytes(10000), &count) : status;
       status = status == noErr ? file.session->close() : status;
       EXPECT_TRUE(files->hasDied() || status == noErr) << status;
     }
@@ -285,15 +296,21 @@ TEST_P(UpgradeInterrupted, AtEveryStepTheFileOpensWithAllThatWasCommitted) {
     const Opened file = openForReading(path_);
     ASSERT_EQ(file.status, noErr) << file.problem;
     const std::int64_t appended = file.session->dataByteCount() - dataBytes;
-    EXPECT_TRUE(appended == 0 || appended == 1000 || appended == 2000) << appended << " after " << steps;
-    EXPECT_TRUE(hasDied || appended == 2000);
+    EXPECT_TRUE(appended == 0 || appended == 10000 || appended == 20000) << appended << " after " << steps;
+    EXPECT_TRUE(hasDied || appended == 20000);
     EXPECT_EQ(openForUpdate(path_).status, noErr);
   }
   EXPECT_GT(steps, 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(ChunkBehind, UpgradeInterrupted, ::testing::Bool(),
-                         [](const auto& parameter) { return parameter.param ? "Yes" : "No"; });
+const Bytes kList = littleChunk("LIST", text("INFOINAM") + Bytes{4, 0, 0, 0} + text("song"));
+const Bytes kLongChunk = littleChunk("bext", Bytes(6000, 'x'));
+
+INSTANTIATE_TEST_SUITE_P(Everywhere, UpgradeInterrupted,
+                         ::testing::Values(UpgradeCase{"NothingBehind", {}, {}}, UpgradeCase{"ChunkBehind", {}, kList},
+                                           UpgradeCase{"LongHeader", kLongChunk, {}},
+                                           UpgradeCase{"LongHeaderAndChunkBehind", kLongChunk, kList}),
+                         [](const auto& parameter) { return parameter.param.name; });
 
 }  // namespace
 }  // namespace orv::test

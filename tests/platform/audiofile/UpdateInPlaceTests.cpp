@@ -126,6 +126,21 @@ TEST_F(UpdateInPlace, LyingSizesAreTrueAfterwards) {
   EXPECT_EQ(afterAppending(file, {kNew}), form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew)));
 }
 
+TEST_F(UpdateInPlace, AnUnfinishedRecordingSaysWhatItHoldsBeforeItGrows) {
+  Bytes aiff = form("AIFF", commonChunk(2, 0, 16) + soundChunk(kOld));
+  std::fill_n(aiff.begin() + 42, 4, std::uint8_t{0});
+  Bytes wave = riff(formatChunk(2, 16) + littleChunk("data", kOld));
+  std::fill_n(wave.begin() + 40, 4, std::uint8_t{0xFF});
+  for (const Bytes& before : {aiff, wave}) {
+    files_->put("f", before);
+    const Opened file = openForUpdate("f");
+    append(*file.session, kNew);
+    EXPECT_EQ(audioOf("f"), kOld);
+    ASSERT_EQ(file.session->close(), noErr);
+    EXPECT_EQ(audioOf("f"), kOld + kNew);
+  }
+}
+
 TEST_F(UpdateInPlace, OverwritingChangesNothingElse) {
   files_->put("f", form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld) + kName));
   const Opened file = openForUpdate("f");
@@ -198,6 +213,51 @@ TEST_F(UpdateInPlace, ATailLargerThanAnyBufferIsMovedWhole) {
   const Bytes large = bigChunk("APPL", text("orvT") + audioBytes(3000001, 8));
   EXPECT_EQ(afterAppending(form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld) + large), {kNew, kNew}),
             form("AIFF", commonChunk(2, 1100, 16) + soundChunk(kOld + kNew + kNew) + large));
+}
+
+TEST_F(UpdateInPlace, ALongTailIsMovedAgainAndAgain) {
+  const Bytes large = bigChunk("APPL", text("orvT") + audioBytes(300000, 8));
+  const std::vector<Bytes> pieces(30, audioBytes(20000, 9));
+  Bytes expected = kOld;
+  for (const Bytes& piece : pieces) {
+    expected = std::move(expected) + piece;
+  }
+  EXPECT_EQ(afterAppending(form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld) + large), pieces),
+            form("AIFF", commonChunk(2, 150100, 16) + soundChunk(expected) + large));
+}
+
+/// What a killed process leaves: fillers between the sound and the other chunks, and behind them.
+class AbandonedFiller : public UpdateInPlace {
+ protected:
+  static Bytes filler(std::size_t size) { return bigChunk("Orvf", Bytes(size, 0)); }
+  static Bytes sound() { return commonChunk(2, 100, 16) + soundChunk(kOld); }
+};
+
+TEST_F(AbandonedFiller, IsLeftAloneUntilTheFileGrows) {
+  for (const Bytes& behind :
+       {filler(200), filler(200) + kName, kName + filler(200), filler(200) + kName + filler(90)}) {
+    EXPECT_EQ(afterAppending(form("AIFF", sound() + behind), {}), form("AIFF", sound() + behind));
+  }
+}
+
+TEST_F(AbandonedFiller, IsGoneOnceTheFileHasGrown) {
+  for (const Bytes& behind : {filler(200) + kName, kName + filler(200), filler(200) + kName + filler(90),
+                              filler(200000) + kName + filler(300000), filler(0) + kName}) {
+    EXPECT_EQ(afterAppending(form("AIFF", sound() + behind), {kNew}),
+              form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName));
+  }
+  EXPECT_EQ(afterAppending(form("AIFF", sound() + filler(200)), {kNew}),
+            form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew)));
+}
+
+TEST_F(AbandonedFiller, BehindTheOtherChunksIsCutOffBeforeTheyMove) {
+  files_->put("f", form("AIFF", sound() + kName + filler(300000)));
+  const Opened file = openForUpdate("f");
+  append(*file.session, kNew);
+  ASSERT_EQ(file.session->updateSizes(), noErr);
+  EXPECT_LT(files_->file("f").size(), 150000U);
+  EXPECT_EQ(chunksNamed(files_->file("f"), "NAME"), (std::vector<Bytes>{text("odd")}));
+  ASSERT_EQ(file.session->close(), noErr);
 }
 
 TEST_F(UpdateInPlace, AFileSystemThatCannotReserveIsNoObstacle) {
