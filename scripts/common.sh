@@ -61,10 +61,11 @@ quietly() {
   rm -f "$log"
 }
 
-# build PRESET [CMAKE ARGUMENT…]: configures and builds one of the presets into build/PRESET.
+# build PRESET TARGET [CMAKE ARGUMENT…]: configures one of the presets in build/PRESET and builds a target of it.
 build() {
-  local preset=$1
-  shift
+  local preset=$1 target=$2
+  shift 2
   say "building $preset"
-  (cd "$root" && quietly cmake --preset "$preset" "$@" && quietly cmake --build --preset "$preset" -j "$jobs")
+  (cd "$root" && quietly cmake --preset "$preset" "$@" &&
+    quietly cmake --build --preset "$preset" --target "$target" -j "$jobs")
 }
