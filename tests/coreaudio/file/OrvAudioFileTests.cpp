@@ -1,7 +1,6 @@
 #include <OrvCoreAudio/OrvAudioFile.h>
 #include <gtest/gtest.h>
 
-
 #include "coreaudio/support/FakeAudioFileService.h"
 #include "coreaudio/support/Noise.h"
 #include "support/LogCapture.h"
@@ -89,10 +88,9 @@ TEST_F(File, AFileThatCannotBeOpenedForReadingIsLoggedWithItsStatusTwice) {
   fake->openStatus = orv::statusCC("typ?");
   EXPECT_FALSE(make(0)->open());
   EXPECT_EQ(log.lines(),
-            (std::vector<std::string>{"OrvAudioFile: Error opening audio file in read mode",
-                                      "OS Status: kAudioFileUnsupportedFileTypeError",
-                                      "OrvAudioFile: Error opening audio file",
-                                      "OS Status: kAudioFileUnsupportedFileTypeError"}));
+            (std::vector<std::string>{
+                "OrvAudioFile: Error opening audio file in read mode", "OS Status: kAudioFileUnsupportedFileTypeError",
+                "OrvAudioFile: Error opening audio file", "OS Status: kAudioFileUnsupportedFileTypeError"}));
 }
 
 TEST_F(File, AFailedReadWriteOpenFallsBackToCreate) {
@@ -412,7 +410,8 @@ TEST_F(File, TheDebugReportHasPathOffsetLengthsAndFormat) {
   ASSERT_TRUE(file->open());
   const std::string report = file->dumpDebugInfo();
   EXPECT_EQ(report.find("\nDebug information <OrvAudioFile: 0x"), 0U);
-  EXPECT_NE(report.find("\nPath: " + folder.path() + "/side.aiff\nName: side.aiff\n\n            fileOffset: 0"
+  EXPECT_NE(report.find("\nPath: " + folder.path() +
+                        "/side.aiff\nName: side.aiff\n\n            fileOffset: 0"
                         "\n         lengthInBytes: 400\n        lengthInFrames: 100\n\n\n  lengthInMilliSeconds: 2"
                         "File stream format:\n\tSample rate:      44100Hz\n"),
             std::string::npos)
@@ -436,8 +435,8 @@ TEST(OrvAudioFileNames, AnUnknownPropertyIsNamedByItsBytesInMemoryOrder) {
 
 TEST(OrvAudioFileNames, EveryKnownStatusHasItsLine) {
   const LogCapture log;
-  for (const char* code : {"wht?", "typ?", "fmt?", "pty?", "!siz", "prm?", "optm", "nme?", "chk?", "off?", "pck?",
-                           "dta?", "op??"}) {
+  for (const char* code :
+       {"wht?", "typ?", "fmt?", "pty?", "!siz", "prm?", "optm", "nme?", "chk?", "off?", "pck?", "dta?", "op??"}) {
     OrvAudioFile::printOSStatusCode((code[0] << 24) | (code[1] << 16) | (code[2] << 8) | code[3]);
   }
   EXPECT_EQ(log.lines(),

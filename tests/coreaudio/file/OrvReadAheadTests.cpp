@@ -47,8 +47,8 @@ class ReadAhead : public testing::Test {
   bool check(std::uint32_t wanted, std::uint32_t* moved, std::int64_t offset, bool sequential) {
     std::string bytes(wanted, '\0');
     *moved = wanted;
-    const bool answer = sequential ? file->read_length(bytes.data(), moved)
-                                   : file->read_length_fromOffset(bytes.data(), moved, offset);
+    const bool answer =
+        sequential ? file->read_length(bytes.data(), moved) : file->read_length_fromOffset(bytes.data(), moved, offset);
     EXPECT_LE(*moved, wanted);
     if (*moved > 0) {
       EXPECT_EQ(fake->data.compare(static_cast<std::size_t>(offset), *moved, bytes, 0, *moved), 0)

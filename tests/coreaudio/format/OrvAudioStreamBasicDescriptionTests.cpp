@@ -71,10 +71,9 @@ TEST(OrvAudioStreamBasicDescription, SettersStoreWhatTheyAreGiven) {
 }
 
 TEST(OrvAudioStreamBasicDescription, StandardFormatsAreAsTabled) {
-  const Expected expected[] = {{48000, 8, 2, 32, 11}, {48000, 6, 2, 20, 14}, {48000, 4, 2, 16, 14},
-                               {44100, 8, 2, 32, 11}, {44100, 6, 2, 20, 14}, {44100, 4, 2, 16, 14},
-                               {22050, 4, 2, 16, 14}, {11025, 2, 2, 8, 14},  {11025, 1, 1, 8, 14},
-                               {8000, 1, 1, 8, 14}};
+  const Expected expected[] = {
+      {48000, 8, 2, 32, 11}, {48000, 6, 2, 20, 14}, {48000, 4, 2, 16, 14}, {44100, 8, 2, 32, 11}, {44100, 6, 2, 20, 14},
+      {44100, 4, 2, 16, 14}, {22050, 4, 2, 16, 14}, {11025, 2, 2, 8, 14},  {11025, 1, 1, 8, 14},  {8000, 1, 1, 8, 14}};
   for (int index = 0; index < 10; ++index) {
     SCOPED_TRACE(index);
     const AudioStreamBasicDescription record = recordOf(*Format::standardFormat(index));

@@ -19,14 +19,14 @@ struct FakeFile {
 
   std::mutex mutex;
   std::condition_variable changed;
-  std::string data;                      // guarded by mutex, like all that follows
+  std::string data;  // guarded by mutex, like all that follows
   std::vector<std::int64_t> readOffsets;
   std::vector<std::uint32_t> writeSizes;
   int updates = 0;
   int closes = 0;
-  bool writesWait = false;               // until it is cleared
+  bool writesWait = false;  // until it is cleared
   bool readsWait = false;
-  OSStatus writeStatus = noErr;          // what writes answer, doing nothing, unless 0
+  OSStatus writeStatus = noErr;  // what writes answer, doing nothing, unless 0
   OSStatus readStatus = noErr;
   OSStatus closeStatus = noErr;
   OSStatus openStatus = noErr;

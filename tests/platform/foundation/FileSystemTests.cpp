@@ -8,7 +8,9 @@ using orv::test::TemporaryDirectory;
 
 namespace {
 
-const std::uint8_t* bytesOf(const std::string& path) { return reinterpret_cast<const std::uint8_t*>(path.c_str()); }
+const std::uint8_t* bytesOf(const std::string& path) {
+  return reinterpret_cast<const std::uint8_t*>(path.c_str());
+}
 
 }  // namespace
 

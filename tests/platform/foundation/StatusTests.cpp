@@ -4,7 +4,9 @@
 
 #include <cerrno>
 
-TEST(Status, TheFirstCharacterOfACodeIsTheMostSignificantByte) { EXPECT_EQ(orv::fourCC("lpcm"), 0x6C70636DU); }
+TEST(Status, TheFirstCharacterOfACodeIsTheMostSignificantByte) {
+  EXPECT_EQ(orv::fourCC("lpcm"), 0x6C70636DU);
+}
 
 TEST(Status, ACodeIsShownInReadingOrder) {
   EXPECT_EQ(orv::fourCCText(orv::fourCC("AIFF")), "AIFF");
