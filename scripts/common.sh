@@ -11,7 +11,7 @@ build_packages=(build-essential cmake ninja-build pkg-config libsoxr-dev libhwy-
 test_packages=(libgtest-dev libsndfile1-dev sndfile-programs sox ffmpeg librsvg2-bin)
 clang_packages=(clang libclang-rt-14-dev)
 lint_packages=(clang-format clang-tidy shellcheck git)
-bench_packages=(libbenchmark-dev libsndfile1-dev libswresample-dev libavcodec-dev sox ffmpeg)
+bench_packages=(libsndfile1-dev libswresample-dev libavcodec-dev sox ffmpeg)
 demo_packages=(asc-music ffmpeg sox)
 
 say() { printf '== %s\n' "$*"; }

@@ -6,7 +6,7 @@
 namespace orv::audiofile {
 namespace {
 
-/// Date of the one published version of AIFC: 23 May 1990, 14:40, in seconds since 1904 (AIFF-C specification, FVER).
+/// Date of the one published version of AIFC: 23 May 1990, 14:40, in seconds since 1904 (AIFF-C, FVER chunk).
 constexpr std::uint32_t kAIFCVersion1 = 0xA2805140;
 
 bool fitsAIFF(const PCMFormat& format) {

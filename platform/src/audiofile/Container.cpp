@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::size_t kFormHeaderBytes = 12;  // code, size, type of the outermost chunk
 
-OSStatus refuseSoundDesigner2() {
-  return refuse(kAudioFileUnsupportedFileTypeError, "Sound Designer II files can't be made");
-}
-
 }  // namespace
 
 Patch Patch::number(std::int64_t offset, std::uint32_t length, ByteOrder order, std::uint64_t value) {
@@ -44,24 +40,24 @@ OSStatus openContainer(HeaderReader& reader, Walk walk, std::unique_ptr<Containe
   return refuse(kAudioFileUnsupportedFileTypeError, "not an AIFF, AIFC or WAVE file");
 }
 
-OSStatus makeHeader(AudioFileTypeID type, const AudioStreamBasicDescription& description,
+OSStatus makeHeader(AudioFileTypeID type, const AudioStreamBasicDescription& format,
                     std::vector<std::uint8_t>* header) {
-  PCMFormat format;
+  PCMFormat pcm;
   switch (type) {
     case kAudioFileAIFFType:
     case kAudioFileAIFCType:
     case kAudioFileWAVEType:
       break;
     case kAudioFileSoundDesigner2Type:
-      return refuseSoundDesigner2();
+      return refuse(kAudioFileUnsupportedFileTypeError, "Sound Designer II files can't be made");
     default:
       return refuse(kAudioFileUnsupportedFileTypeError,
                     formatText("files of type '%s' can't be made", fourCCText(type).c_str()));
   }
-  if (const OSStatus status = interpret(description, &format); status != noErr) {
+  if (const OSStatus status = interpret(format, &pcm); status != noErr) {
     return status;
   }
-  return type == kAudioFileWAVEType ? makeWAVEHeader(format, header) : makeAIFFHeader(type, format, header);
+  return type == kAudioFileWAVEType ? makeWAVEHeader(pcm, header) : makeAIFFHeader(type, pcm, header);
 }
 
 }  // namespace orv::audiofile

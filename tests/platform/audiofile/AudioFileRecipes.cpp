@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "support/TemporaryDirectory.h"
 
@@ -125,6 +126,14 @@ AudioStreamBasicDescription floatBig(std::uint32_t bits, std::uint32_t channels,
 }
 AudioStreamBasicDescription floatLittle(std::uint32_t bits, std::uint32_t channels, double rate) {
   return linear(9, bits, channels, rate);
+}
+
+bool isSameFormat(const AudioStreamBasicDescription& a, const AudioStreamBasicDescription& b) {
+  const auto fields = [](const AudioStreamBasicDescription& f) {
+    return std::tie(f.mSampleRate, f.mFormatID, f.mFormatFlags, f.mBytesPerPacket, f.mFramesPerPacket, f.mBytesPerFrame,
+                    f.mChannelsPerFrame, f.mBitsPerChannel, f.mReserved);
+  };
+  return fields(a) == fields(b);
 }
 
 Opened openForReading(const std::string& path) {

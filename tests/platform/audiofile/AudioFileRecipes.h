@@ -52,6 +52,9 @@ AudioStreamBasicDescription unsignedBytes(std::uint32_t channels = 2, double rat
 AudioStreamBasicDescription floatBig(std::uint32_t bits, std::uint32_t channels = 2, double rate = 44100);
 AudioStreamBasicDescription floatLittle(std::uint32_t bits, std::uint32_t channels = 2, double rate = 44100);
 
+/// Whether two descriptions are the same in every field.
+bool isSameFormat(const AudioStreamBasicDescription& a, const AudioStreamBasicDescription& b);
+
 // -- Files through the service -------------------------------------------------------------------------------------
 
 struct Opened {

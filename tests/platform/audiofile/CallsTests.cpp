@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 
 #include "AudioFileRecipes.h"
@@ -266,8 +265,7 @@ TEST_F(Properties, SayWhatTheFileIs) {
   fillFile(400);
   EXPECT_EQ(property<AudioFileTypeID>(kAudioFilePropertyFileFormat), kAudioFileAIFFType);
   const auto format = property<AudioStreamBasicDescription>(kAudioFilePropertyDataFormat);
-  const AudioStreamBasicDescription expected = signedBig(16);
-  EXPECT_EQ(std::memcmp(&format, &expected, sizeof format), 0);
+  EXPECT_TRUE(isSameFormat(format, signedBig(16)));
   EXPECT_EQ(property<std::uint64_t>(kAudioFilePropertyAudioDataByteCount), 400U);
   EXPECT_EQ(property<std::uint64_t>(kAudioFilePropertyAudioDataPacketCount), 100U);
   EXPECT_EQ(property<std::uint32_t>(kAudioFilePropertyMaximumPacketSize), 4U);

@@ -179,7 +179,7 @@ TEST_P(CrashForLibsndfile, LibsndfileReadsEveryState) {
 }
 
 TEST_P(Crash, EveryStateCanBeContinued) {
-  const Bytes more = audioBytes(4096 * GetParam().format.mBytesPerFrame, 999);
+  const Bytes more = audioBytes(std::size_t{4096} * GetParam().format.mBytesPerFrame, 999);
   forEveryState([&](const Bytes& state) {
     files_->put("state", state);
     const Opened file = openForUpdate("state");

@@ -122,7 +122,7 @@ class LargeFiles : public ::testing::Test {
 };
 
 TEST_F(LargeFiles, AIFFGrowsToTheLastFrameThatItsHeaderCanSayAndThenRefusesBeforeWriting) {
-  const std::int64_t most = (0xFFFFFFFF - 46) / 4 * 4;
+  const std::int64_t most = (k4GiB - 1 - 46) / 4 * 4;
   makeAIFF(most - 8);
   const Opened file = openForUpdate(path_);
   ASSERT_EQ(file.status, noErr) << file.problem;
