@@ -7,21 +7,22 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 
 namespace {
 
 constexpr double kRate = 44100;
-constexpr int kFramesPerBlock = 512;
-constexpr int kBlocks = static_cast<int>(10 * kRate) / kFramesPerBlock;
+constexpr std::size_t kFramesPerBlock = 512;
+constexpr std::size_t kBlocks = static_cast<std::size_t>(10 * kRate) / kFramesPerBlock;
 
 /// One block of interleaved stereo, 32-bit float.
-std::array<float, kFramesPerBlock * 2> toneBlock(int block) {
+std::array<float, kFramesPerBlock * 2> toneBlock(std::size_t block) {
   std::array<float, kFramesPerBlock * 2> samples{};
-  for (int i = 0; i < kFramesPerBlock; ++i) {
-    const double seconds = (block * kFramesPerBlock + i) / kRate;
+  for (std::size_t i = 0; i < kFramesPerBlock; ++i) {
+    const double seconds = static_cast<double>(block * kFramesPerBlock + i) / kRate;
     const auto sample = static_cast<float>(0.5 * std::sin(2 * M_PI * 440 * seconds));
-    samples[static_cast<std::size_t>(i) * 2] = samples[static_cast<std::size_t>(i) * 2 + 1] = sample;
+    samples[i * 2] = samples[i * 2 + 1] = sample;
   }
   return samples;
 }
@@ -44,7 +45,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: %s\n", argv[1], file->lastProblem().c_str());
     return 1;
   }
-  for (int block = 0; block < kBlocks; ++block) {
+  for (std::size_t block = 0; block < kBlocks; ++block) {
     const auto samples = toneBlock(block);
     std::array<char, kFramesPerBlock * 4> bytes{};
     std::uint32_t size = sizeof bytes;

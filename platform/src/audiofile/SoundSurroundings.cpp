@@ -18,7 +18,7 @@ void SoundSurroundings::noteOther(ChunkWalker& walker) {
   const Chunk& chunk = walker.chunk();
   const bool isFiller = chunk.id == kFillerChunk && chunk.size == chunk.declaredSize;
   chunksEnd_ = std::min(walker.following(), fileSize_);
-  if (hasSound_ && isFiller && chunk.header == behindSound_) {
+  if (hasSound_ && isFiller && chunk.header == tailStart_) {
     tailStart_ = chunksEnd_;
   }
   lastFiller_ = hasSound_ && isFiller && chunksEnd_ == fileSize_ ? chunk.header : -1;

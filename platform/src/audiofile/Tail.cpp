@@ -9,8 +9,8 @@
 namespace orv::audiofile {
 namespace {
 
-/// What a gap holds beside the audio that goes into it and a copy of the tail: a filler's header, the header of the one
-/// behind the tail, pad bytes, and up to 17 bytes by which a small commit reaches ahead.
+/// What a gap holds beside the audio that goes into it and a copy of the tail: the headers of up to three fillers, pad
+/// bytes, and up to 17 bytes by which a small commit reaches ahead.
 constexpr std::int64_t kSlack = 64;
 
 // The gap grows with what was appended, so that moving the tail costs little however much is appended.
@@ -36,6 +36,10 @@ Tail::Tail(FileHandle& file, const Container& container, HeaderUpdater& header)
       gapStart_(container.layout().gapStart),
       isApart_(gapStart_ != position_) {}
 
+bool Tail::isEven(std::int64_t offset) const {
+  return ((offset - container_.layout().soundBody) & 1) == 0;
+}
+
 std::int64_t Tail::reach() const {
   return isApart_ ? position_ - length_ - kSlack : gapStart_;
 }
@@ -55,7 +59,8 @@ OSStatus Tail::makeRoom(std::int64_t soundEnd, const Sizes& now) {
   if (!canSay()) {
     position = lowest;
   }
-  position = gapStart_ + roundedUp(position - gapStart_);
+  // Fillers of even size leave no doubt where the next chunk begins.
+  position += isEven(position) ? 0 : 1;
   if (!canSay()) {
     return refuse(kAudioFileDoesNotAllow64BitDataSizeError, "this type of file ends at 4 GiB");
   }
@@ -83,8 +88,15 @@ OSStatus Tail::dropAbandonedFiller(const Sizes& now) {
 
 OSStatus Tail::moveTo(std::int64_t position, const Sizes& now) {
   OSStatus status = copyTo(position, now);
+  std::int64_t fillerEnd = position;
+  if (status == noErr && !isEven(gapStart_)) {
+    // Behind a sound chunk without its pad byte the filler's size is odd. What follows is an empty filler, which is
+    // found for certain at an odd place.
+    fillerEnd -= kChunkHeaderBytes;
+    status = storeFiller(fillerEnd, position);
+  }
   if (status == noErr) {
-    status = storeFiller(gapStart_, position);
+    status = storeFiller(gapStart_, fillerEnd);
   }
   if (status != noErr) {
     writeHeader(now, position_);

@@ -50,6 +50,8 @@ class Tail {
   OSStatus close(const Sizes& now);
 
  private:
+  /// Whether a well-formed chain of chunks can have one at `offset`.
+  bool isEven(std::int64_t offset) const;
   OSStatus moveBack();
   OSStatus dropAbandonedFiller(const Sizes& now);
   OSStatus moveTo(std::int64_t position, const Sizes& now);

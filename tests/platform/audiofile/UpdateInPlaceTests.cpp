@@ -97,6 +97,28 @@ TEST_F(UpdateInPlace, AForgottenPadByteIsPutRightWhenTheSoundGrows) {
             form("AIFF", commonChunk(1, 2401, 8) + soundChunk(old + kNew) + kName) + padOfTheForm);
 }
 
+TEST_F(UpdateInPlace, AForgottenPadByteBeforeAChunkOfUnusualNameDoesNotHideIt) {
+  const Bytes old = audioBytes(401, 1);
+  const Bytes unusual = Bytes{0x91, 'r', 'v', 'f', 0, 0, 0, 4, 1, 2, 3, 4};
+  const Bytes filler = bigChunk("Orvf", Bytes(40, 0));
+  for (const Bytes& gap : {filler, filler + filler}) {
+    files_->put("f", form("AIFF", soundChunk(old, 0, 0, Padding::forgotten) + gap + unusual + commonChunk(1, 401, 8)));
+    const Opened file = openForUpdate("f");
+    ASSERT_EQ(file.status, noErr) << file.problem;
+    Bytes expected = old;
+    files_->disk().onChange = [&](const Bytes&) { EXPECT_EQ(openForReading("f").status, noErr); };
+    for (unsigned count : {1U, 2U, 30U, 500U}) {
+      append(*file.session, audioBytes(count, count));
+      expected = std::move(expected) + audioBytes(count, count);
+      ASSERT_EQ(file.session->updateSizes(), noErr);
+      EXPECT_EQ(audioOf("f"), expected);
+    }
+    ASSERT_EQ(file.session->close(), noErr);
+    files_->disk().onChange = nullptr;
+    EXPECT_EQ(audioOf("f"), expected);
+  }
+}
+
 TEST_F(UpdateInPlace, OffsetAndBlockSizeOfTheSoundAreKept) {
   EXPECT_EQ(afterAppending(form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld, 18, 512) + kName), {kNew}),
             form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew, 18, 512) + kName));
@@ -116,6 +138,12 @@ TEST_F(UpdateInPlace, AFileCutInMidFrameIsContinuedAtTheLastWholeFrame) {
   file.resize(file.size() - 5);
   const Bytes whole(kOld.begin(), kOld.end() - 8);
   EXPECT_EQ(afterAppending(file, {kNew}), form("AIFF", commonChunk(2, 598, 16) + soundChunk(whole + kNew)));
+}
+
+TEST_F(UpdateInPlace, HalfAFrameBeforeAChunkIsLeftAloneUntilTheFileGrows) {
+  const Bytes file = form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld + Bytes{1, 2}) + kName);
+  EXPECT_EQ(afterAppending(file, {}), file);
+  EXPECT_EQ(afterAppending(file, {kNew}), form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName));
 }
 
 TEST_F(UpdateInPlace, LyingSizesAreTrueAfterwards) {
@@ -241,13 +269,26 @@ TEST_F(AbandonedFiller, IsLeftAloneUntilTheFileGrows) {
 }
 
 TEST_F(AbandonedFiller, IsGoneOnceTheFileHasGrown) {
-  for (const Bytes& behind : {filler(200) + kName, kName + filler(200), filler(200) + kName + filler(90),
-                              filler(200000) + kName + filler(300000), filler(0) + kName}) {
+  for (const Bytes& behind :
+       {filler(200) + kName, kName + filler(200), filler(200) + kName + filler(90),
+        filler(200000) + kName + filler(300000), filler(0) + kName, filler(200) + filler(0) + kName}) {
     EXPECT_EQ(afterAppending(form("AIFF", sound() + behind), {kNew}),
               form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName));
   }
   EXPECT_EQ(afterAppending(form("AIFF", sound() + filler(200)), {kNew}),
             form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew)));
+}
+
+TEST_F(AbandonedFiller, BehindAChunkIsCutOffEvenWhenTheSoundOnlyFillsItsPadByte) {
+  const Bytes old = audioBytes(401, 1);
+  EXPECT_EQ(afterAppending(form("AIFF", commonChunk(1, 401, 8) + soundChunk(old) + kName + filler(90)), {{0x99}}),
+            form("AIFF", commonChunk(1, 402, 8) + soundChunk(old + Bytes{0x99}) + kName));
+}
+
+TEST_F(AbandonedFiller, IsNotWhatOnlyBearsItsName) {
+  const Bytes alike = text("Orvf") + bigEndian(1000, 4) + text("cut off, and somebody else's");
+  EXPECT_EQ(afterAppending(form("AIFF", sound() + kName) + alike, {kNew}),
+            form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName) + alike);
 }
 
 TEST_F(AbandonedFiller, BehindTheOtherChunksIsCutOffBeforeTheyMove) {
