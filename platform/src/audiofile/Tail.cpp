@@ -41,7 +41,7 @@ bool Tail::isEven(std::int64_t offset) const {
 }
 
 std::int64_t Tail::reach() const {
-  return isApart_ ? position_ - length_ - kSlack : gapStart_;
+  return isApart_ && isEven(position_) ? position_ - length_ - kSlack : gapStart_;
 }
 
 OSStatus Tail::makeRoom(std::int64_t soundEnd, const Sizes& now) {

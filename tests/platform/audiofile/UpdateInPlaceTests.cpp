@@ -141,7 +141,8 @@ TEST_F(UpdateInPlace, AFileCutInMidFrameIsContinuedAtTheLastWholeFrame) {
 }
 
 TEST_F(UpdateInPlace, HalfAFrameBeforeAChunkIsLeftAloneUntilTheFileGrows) {
-  const Bytes file = form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld + Bytes{1, 2}) + kName);
+  Bytes file = form("AIFF", commonChunk(2, 100, 16) + soundChunk(kOld + Bytes{1, 2}) + kName);
+  std::fill_n(file.begin() + 4, 4, std::uint8_t{0xFF});  // the form's size is not put right, either
   EXPECT_EQ(afterAppending(file, {}), file);
   EXPECT_EQ(afterAppending(file, {kNew}), form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName));
 }
@@ -283,6 +284,24 @@ TEST_F(AbandonedFiller, BehindAChunkIsCutOffEvenWhenTheSoundOnlyFillsItsPadByte)
   const Bytes old = audioBytes(401, 1);
   EXPECT_EQ(afterAppending(form("AIFF", commonChunk(1, 401, 8) + soundChunk(old) + kName + filler(90)), {{0x99}}),
             form("AIFF", commonChunk(1, 402, 8) + soundChunk(old + Bytes{0x99}) + kName));
+}
+
+TEST_F(AbandonedFiller, AtAnOddPlaceIsReplacedByOneAtAnEvenPlace) {
+  const Bytes old = audioBytes(401, 1);
+  const Bytes unusual = Bytes{0x91, 'r', 'v', 'f', 0, 0, 0, 4, 1, 2, 3, 4};
+  files_->put("f", form("AIFF", commonChunk(1, 401, 8) + soundChunk(old, 0, 0, Padding::forgotten) + filler(400) +
+                                    unusual + kName));
+  const Opened file = openForUpdate("f");
+  Bytes expected = old;
+  for (unsigned count : {1U, 2U, 30U}) {
+    append(*file.session, audioBytes(count, count));
+    expected = std::move(expected) + audioBytes(count, count);
+    ASSERT_EQ(file.session->updateSizes(), noErr);
+    EXPECT_EQ(audioOf("f"), expected);
+    // Even where nobody knows the code of the chunk behind the filler, everybody finds it.
+    EXPECT_EQ(chunksNamed(files_->file("f"), "NAME"), (std::vector<Bytes>{text("odd")}));
+  }
+  ASSERT_EQ(file.session->close(), noErr);
 }
 
 TEST_F(AbandonedFiller, IsNotWhatOnlyBearsItsName) {
