@@ -110,7 +110,7 @@ OSStatus SoundDataWriter::makeRoom(std::int64_t wantedEnd, std::int64_t* allowed
 /// Of a file that was cut off, or never finished, only its end told how much audio it holds: before that end moves, the
 /// header has to say it.
 OSStatus SoundDataWriter::makeHeaderTrue(std::int64_t* allowedEnd) {
-  const OSStatus status = commitAtEnd();
+  const OSStatus status = writeHeader(soundEnd_, formEnd_);
   if (status != noErr) {
     *allowedEnd = 0;
   }

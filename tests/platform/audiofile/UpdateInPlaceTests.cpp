@@ -147,6 +147,16 @@ TEST_F(UpdateInPlace, HalfAFrameBeforeAChunkIsLeftAloneUntilTheFileGrows) {
   EXPECT_EQ(afterAppending(file, {kNew}), form("AIFF", commonChunk(2, 600, 16) + soundChunk(kOld + kNew) + kName));
 }
 
+TEST_F(UpdateInPlace, APartOfAFrameAloneMakesNoAudioOfWhatWasThere) {
+  const Bytes odds{1, 2, 3};
+  for (const Bytes& file : {form("AIFF", commonChunk(2, 0, 16) + soundChunk(odds)),
+                            form("AIFF", commonChunk(2, 0, 16) + soundChunk(odds) + bigChunk("Orvf", Bytes(18, 0))),
+                            riff(formatChunk(2, 16) + littleChunk("data", odds))}) {
+    afterAppending(file, {{0x99}});
+    EXPECT_EQ(audioOf("f"), Bytes{});
+  }
+}
+
 TEST_F(UpdateInPlace, LyingSizesAreTrueAfterwards) {
   Bytes file = form("AIFF", commonChunk(2, 0, 16) + soundChunk(kOld));
   for (const std::size_t size : {4U, 42U}) {
