@@ -19,7 +19,7 @@ enum class FileAccess {
   replace,    ///< read and write; an existing file is emptied, a missing one made
 };
 
-/// An open file of random access. One thread at a time.
+/// An open file of random access. One thread at a time, except that calls of `readAt` may run beside each other.
 class ORV_API FileHandle {
  public:
   FileHandle() = default;
