@@ -15,6 +15,9 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 constexpr double kUsualLength = 75;
 constexpr double kShortestChance = -14;
 
+/// What all boundaries together must be worth. A recording with one doubtful boundary has none: one piece, a concert.
+constexpr double kLeastWorth = 3.5;
+
 /// The best way to a place: what it is worth, and the place before.
 struct Step {
   double worth = kImpossible;
@@ -77,12 +80,12 @@ std::vector<std::size_t> chooseBoundaries(std::span<const Place> places, const L
     }
     steps[i].worth += places[i].chance;
   }
-  // No boundary at all is worth nothing and is always possible.
   const Step last = best.to(limits.end, places.size(), steps);
   std::vector<std::size_t> chosen;
-  for (std::uint32_t i =
-           last.worth > lengthChance(limits.begin, limits.end, {limits.begin, limits.end, 0}) ? last.previous : kNone;
-       i != kNone; i = steps[i].previous) {
+  if (last.worth < kLeastWorth) {
+    return chosen;
+  }
+  for (std::uint32_t i = last.previous; i != kNone; i = steps[i].previous) {
     chosen.push_back(i);
   }
   std::reverse(chosen.begin(), chosen.end());

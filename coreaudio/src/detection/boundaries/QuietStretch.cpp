@@ -204,12 +204,15 @@ std::vector<QuietStretch> findQuietStretches(const Loudness& loudness, const Ove
   std::vector<QuietStretch> stretches;
   for (const std::size_t lowest : dips(loudness.smooth(), prominence)) {
     QuietStretch stretch = judge.stretchAround(lowest);
-    // Dips in one quiet stretch are one stretch.
-    if (!stretches.empty() && stretch.begin < stretches.back().end) {
-      if (stretch.end - stretch.begin <= stretches.back().end - stretches.back().begin) {
-        continue;
-      }
+    // Of dips whose stretches overlap the lowest is one.
+    const auto isHigher = [&](const QuietStretch& other) {
+      return loudness.smooth()[other.lowest] > loudness.smooth()[lowest];
+    };
+    while (!stretches.empty() && stretch.begin < stretches.back().end && isHigher(stretches.back())) {
       stretches.pop_back();
+    }
+    if (!stretches.empty() && stretch.begin < stretches.back().end) {
+      continue;
     }
     stretches.push_back(stretch);
   }
