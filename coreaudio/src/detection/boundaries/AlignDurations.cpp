@@ -147,6 +147,19 @@ class Alignment {
   std::size_t last_ = 0;
 };
 
+/// Whether the track lengths are those of the listing, as a whole: three quarters of the recording are.
+bool fits(std::span<const Place> places, const Limits& limits, std::span<const double> durations, double speed,
+          const std::vector<std::size_t>& boundaries) {
+  double misfit = 0;
+  double begin = limits.begin.second;
+  for (std::size_t track = 0; track < durations.size(); ++track) {
+    const double end = track < boundaries.size() ? places[boundaries[track]].second : limits.end.second;
+    misfit += std::abs(end - begin - durations[track] * speed);
+    begin = end;
+  }
+  return misfit < (limits.end.second - limits.begin.second) / 4;
+}
+
 }  // namespace
 
 std::vector<std::size_t> alignDurations(std::span<const Place> places, const Limits& limits,
@@ -156,13 +169,19 @@ std::vector<std::size_t> alignDurations(std::span<const Place> places, const Lim
     return chosen;
   }
   double best = kImpossible;
+  double bestSpeed = 1;
   const int steps = static_cast<int>(std::lround(kMostSpeedError / kSpeedStep));
   for (int step = -steps; step <= steps; ++step) {
-    Alignment alignment(places, limits, durations, 1 + step * kSpeedStep);
+    const double speed = 1 + step * kSpeedStep;
+    Alignment alignment(places, limits, durations, speed);
     if (const double worth = alignment.run(); worth > best) {
       best = worth;
+      bestSpeed = speed;
       chosen = alignment.boundaries();
     }
+  }
+  if (!fits(places, limits, durations, bestSpeed, chosen)) {
+    chosen.clear();
   }
   return chosen;
 }

@@ -15,9 +15,6 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 constexpr double kUsualLength = 75;
 constexpr double kShortestChance = -14;
 
-/// What all boundaries together must be worth. A recording with one doubtful boundary has none: one piece, a concert.
-constexpr double kLeastWorth = 3.5;
-
 /// The best way to a place: what it is worth, and the place before.
 struct Step {
   double worth = kImpossible;

@@ -24,6 +24,10 @@ struct Limits {
 /// Only music counts: a groove before the first track or behind the last one is not a track.
 double lengthChance(const Place& begin, const Place& end, const Limits& limits);
 
+/// What boundaries without guidance must be worth together, as log odds. A recording with one doubtful boundary has
+/// none: one piece, a concert.
+inline constexpr double kLeastWorth = 3.5;
+
 /// The most likely set of boundaries: indexes into `places`, which are in order of time.
 std::vector<std::size_t> chooseBoundaries(std::span<const Place> places, const Limits& limits);
 

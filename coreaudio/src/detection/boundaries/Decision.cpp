@@ -156,17 +156,16 @@ class Decision {
     constexpr double tolerance = 1.02;
     double begin = 0;
     std::size_t fitting = 0;
-    for (const double duration : *durations) {
-      if (begin >= length) {
+    while (fitting < durations->size() && begin < length) {
+      double& duration = (*durations)[fitting++];
+      if (begin + duration > tolerance * length) {
+        result_.notes.push_back(
+            formatText("the durations add up to more than the recording's %.0f s; %zu of %zu tracks fit", length,
+                       fitting, durations->size()));
+        duration = length - begin;
         break;
       }
-      begin += duration / tolerance;
-      ++fitting;
-    }
-    if (begin > length) {
-      result_.notes.push_back(
-          formatText("the durations add up to more than the recording's %.0f s; %zu of %zu tracks fit", length, fitting,
-                     durations->size()));
+      begin += duration;
     }
     durations->resize(fitting);
   }
@@ -178,22 +177,24 @@ class Decision {
     }
   }
 
-  /// How much less likely `place` is for the lengths of the tracks beside it, given the boundaries around it.
-  double lengthChanceAt(const Place& place, const Place& before, const Place& behind) const {
+  /// What `place` loses by the boundaries before and behind it. `isAlone`: without it there would be none.
+  Context contextOf(const Place& place, const Place& before, const Place& behind, bool isAlone) const {
     const Limits any{limits_.begin, limits_.end, 0};
-    return lengthChance(before, place, any) + lengthChance(place, behind, any) - lengthChance(before, behind, any);
+    return {.lengths =
+                lengthChance(before, place, any) + lengthChance(place, behind, any) - lengthChance(before, behind, any),
+            .alone = isAlone ? -kLeastWorth : 0};
   }
 
-  Boundary boundaryAt(std::size_t index, double lengthChance) const {
+  Boundary boundaryAt(std::size_t index, const Context& context) const {
     const QuietStretch& stretch = stretches_[index];
     Boundary boundary;
     const std::size_t cut = cutBlockOf(stretch, loudness_, time_, options_.cutPosition);
     boundary.frame = std::min(frameOf(cut) + result_.envelope.framesPerBlock / 2, result_.lengthInFrames);
     boundary.quietBegin = frameOf(stretch.begin);
-    boundary.quietEnd = std::min(frameOf(stretch.end), result_.lengthInFrames);
+    boundary.quietEnd = std::min(frameOf(stretch.noiseEnd), result_.lengthInFrames);
     boundary.depth = double{depthOf(stretch)};
     boundary.aboveFloor = double{stretch.height};
-    boundary.confidence = confidenceOf(double{stretch.chance} + lengthChance);
+    boundary.confidence = confidenceOf(double{stretch.chance} + context.sum());
     return boundary;
   }
 
@@ -201,10 +202,10 @@ class Decision {
     for (std::size_t i = 0; i < chosen.size(); ++i) {
       const Place& before = i == 0 ? limits_.begin : places_[chosen[i - 1]];
       const Place& behind = i + 1 == chosen.size() ? limits_.end : places_[chosen[i + 1]];
-      const double lengths = lengthChanceAt(places_[chosen[i]], before, behind);
-      Boundary boundary = boundaryAt(chosen[i], lengths);
+      const Context context = contextOf(places_[chosen[i]], before, behind, chosen.size() == 1);
+      Boundary boundary = boundaryAt(chosen[i], context);
       const QuietStretch& stretch = stretches_[chosen[i]];
-      boundary.reason = boundary.confidence >= 0.5 ? reasonFor(stretch) : reasonAgainst(stretch, lengths);
+      boundary.reason = boundary.confidence >= 0.5 ? reasonFor(stretch) : reasonAgainst(stretch, context);
       result_.boundaries.push_back(std::move(boundary));
     }
   }
@@ -218,10 +219,10 @@ class Decision {
       }
       const Place& before = next == 0 ? limits_.begin : places_[chosen[next - 1]];
       const Place& behind = next == chosen.size() ? limits_.end : places_[chosen[next]];
-      const double lengths = lengthChanceAt(places_[i], before, behind);
-      Boundary boundary = boundaryAt(i, lengths);
+      const Context context = contextOf(places_[i], before, behind, chosen.empty());
+      Boundary boundary = boundaryAt(i, context);
       if (boundary.confidence >= kLeastConfidence) {
-        boundary.reason = reasonAgainst(stretches_[i], lengths);
+        boundary.reason = reasonAgainst(stretches_[i], context);
         result_.doubtful.push_back(std::move(boundary));
       }
     }

@@ -91,7 +91,7 @@ std::string reasonFor(const QuietStretch& stretch) {
                     double{stretch.height}, depth);
 }
 
-std::string reasonAgainst(const QuietStretch& stretch, double lengthChance) {
+std::string reasonAgainst(const QuietStretch& stretch, const Context& context) {
   const Evidence evidence = evidenceOf(stretch);
   struct Objection {
     double weight;
@@ -100,8 +100,9 @@ std::string reasonAgainst(const QuietStretch& stretch, double lengthChance) {
   const auto shortfall = [&](float Evidence::*part) {
     return double{kWeights.*part * (kUsual.*part - evidence.*part)};
   };
-  const std::array<Objection, 6> objections{{
-      {-lengthChance, "the track would be very short"},
+  const std::array<Objection, 7> objections{{
+      {-context.lengths, "the track would be very short"},
+      {-context.alone, "nothing else in the recording looks like a boundary"},
       {shortfall(&Evidence::duration) + shortfall(&Evidence::deepDuration), "it is short"},
       {shortfall(&Evidence::height), "the noise floor lies lower"},
       {shortfall(&Evidence::rivals) + shortfall(&Evidence::alone), "there are more like it close by"},

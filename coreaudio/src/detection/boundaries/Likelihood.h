@@ -19,8 +19,15 @@ float depthOf(const QuietStretch& stretch);
 /// One line for a person: what was heard.
 std::string reasonFor(const QuietStretch& stretch);
 
-/// One line for a person: what was heard, and what speaks most against a boundary. `lengthChance` is how much less
-/// likely the stretch is for the lengths of the tracks that it would make; 0 or less.
-std::string reasonAgainst(const QuietStretch& stretch, double lengthChance);
+/// How much less likely a stretch is for what is around it; log odds, 0 or less.
+struct Context {
+  double lengths = 0;  ///< for the lengths of the tracks that it would make
+  double alone = 0;    ///< because nothing else in the recording looks like a boundary
+
+  double sum() const { return lengths + alone; }
+};
+
+/// One line for a person: what was heard, and what speaks most against a boundary.
+std::string reasonAgainst(const QuietStretch& stretch, const Context& context);
 
 }  // namespace orv::boundaries

@@ -16,6 +16,16 @@ constexpr float kMargin = 3.0F;
 /// softly is music: by this much, dB, or by three times what its quietest part varies.
 constexpr float kLeastDifference = 0.8F;
 
+/// Steady noise beside a stretch belongs to it, though it is louder: a recorder that was switched on, a fade of the
+/// hiss itself. It is so long at least, varies so little, and lies no higher above the floor.
+constexpr double kSteadySeconds = 0.75;
+constexpr float kSteadyRange = 1.2F;     // dB
+constexpr float kHighestSteady = 20.0F;  // dB
+/// Less of a step than this above what is quiet is music that comes up.
+constexpr float kSteadyStep = 3.0F;  // dB
+/// Between a stretch and the noise beside it the smoothed loudness rises.
+constexpr double kRiseSeconds = 0.25;
+
 constexpr std::ptrdiff_t kNearSteps = 10;
 constexpr std::ptrdiff_t kWideSteps = 40;
 constexpr std::ptrdiff_t kTimbreSteps = 15;
@@ -54,6 +64,8 @@ class Judge {
       : loudness_(loudness),
         overview_(overview),
         core_(time.blocks(kCoreSeconds)),
+        steady_(time.blocks(kSteadySeconds)),
+        rise_(time.blocks(kRiseSeconds)),
         edge_(time.blocks(kEdgeSeconds)),
         time_(time) {}
 
@@ -72,6 +84,7 @@ class Judge {
     }
     stretch.seconds = static_cast<float>(time_.seconds(stretch.end - stretch.begin));
     drawInEnds(&stretch);
+    stretch.noiseEnd = behindSteadyNoise(stretch.end, most);
     return stretch;
   }
 
@@ -103,6 +116,35 @@ class Judge {
     }
     while (stretch->end > first + core && smooth[stretch->end - 1] > most) {
       --stretch->end;
+    }
+  }
+
+  /// Goes on from the end of a stretch over steady noise, and what is as quiet as the stretch behind that.
+  std::size_t behindSteadyNoise(std::size_t end, float quiet) const {
+    const std::vector<float>& smooth = loudness_.smooth();
+    for (;;) {
+      const std::size_t begin = end + rise_;
+      std::size_t steady = begin;
+      float lowest = kHighestSteady;
+      float highest = -kHighestSteady;
+      while (steady < smooth.size() && smooth[steady] < kHighestSteady) {
+        lowest = std::min(lowest, smooth[steady]);
+        highest = std::max(highest, smooth[steady]);
+        if (highest - lowest > kSteadyRange) {
+          break;
+        }
+        ++steady;
+      }
+      if (steady < begin + steady_ || lowest < quiet + kSteadyStep) {
+        return end;
+      }
+      end = steady;
+      for (std::size_t i = steady; i < std::min(steady + rise_, smooth.size()); ++i) {
+        end = smooth[i] <= quiet ? i + 1 : end;
+      }
+      while (end < smooth.size() && smooth[end] <= quiet) {
+        ++end;
+      }
     }
   }
 
@@ -175,6 +217,8 @@ class Judge {
   const Loudness& loudness_;
   const Overview& overview_;
   const std::size_t core_;
+  const std::size_t steady_;
+  const std::size_t rise_;
   const std::size_t edge_;
   const BlockTime& time_;
 };

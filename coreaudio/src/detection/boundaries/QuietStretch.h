@@ -15,11 +15,12 @@ struct QuietStretch {
   std::size_t lowest = 0;  ///< the block where the loudness is lowest
   std::size_t begin = 0;   ///< blocks, about as quiet as that one; the end is the block behind
   std::size_t end = 0;
-  float height = 0;      ///< mean loudness inside
-  float seconds = 0;     ///< from begin to end
-  float before = 0;      ///< loudness of the music in the 10 s before
-  float after = 0;       ///< and in the 10 s behind
-  float wideBefore = 0;  ///< in the 40 s before
+  std::size_t noiseEnd = 0;  ///< where music begins: the end, or later where steady noise follows
+  float height = 0;          ///< mean loudness inside
+  float seconds = 0;         ///< from begin to end
+  float before = 0;          ///< loudness of the music in the 10 s before
+  float after = 0;           ///< and in the 10 s behind
+  float wideBefore = 0;      ///< in the 40 s before
   float wideAfter = 0;
   float unrest = 0;   ///< mean change from block to block inside
   float attack = 0;   ///< rise within half a second behind the end
