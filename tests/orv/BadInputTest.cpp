@@ -20,8 +20,11 @@ class OrvBadInput : public testing::Test {
     const std::vector<std::string> before = entriesOf(scratch_.path());
     expectFailure(runOrv({"info", path}), {path, reason});
     expectFailure(runOrv({"info", path, "--json"}), {path, reason});
-    expectFailure(runOrv({"split", path, "--export", scratch_ / "tracks", "--picture", scratch_ / "p.svg"}),
-                  {path, reason});
+    for (const char* method : {"levels", "crossings"}) {
+      expectFailure(runOrv({"split", path, "--method", method, "--export", scratch_ / "tracks", "--picture",
+                            scratch_ / "p.svg", "--output", scratch_ / "p.txt"}),
+                    {path, reason});
+    }
     expectFailure(runOrv({"export", path, "--from", "0", "--to", "1", "--output", scratch_ / "out.aiff"}),
                   {path, reason});
     EXPECT_EQ(entriesOf(scratch_.path()), before);
@@ -143,6 +146,7 @@ TEST_F(OrvBadInput, DestinationDirectoryIsMissing) {
   const std::string missing = scratch_ / "no";
   expectFailure(runOrv({"split", path, "--export", missing + "/tracks"}), {missing, "no such directory"});
   expectFailure(runOrv({"split", path, "--picture", missing + "/p.svg"}), {missing, "no such directory"});
+  expectFailure(runOrv({"split", path, "--output", missing + "/p.txt"}), {missing, "no such directory"});
   expectFailure(runOrv({"export", path, "--from", "0", "--to", "9", "--output", missing + "/o.aiff"}),
                 {missing, "no such directory"});
   EXPECT_EQ(entriesOf(scratch_.path()).size(), 1U);
@@ -200,7 +204,7 @@ TEST_F(OrvFullDisk, ExportLeavesNothing) {
 TEST_F(OrvFullDisk, SplitLeavesNoTrackEvenWhereSomeHaveRoom) {
   const std::string path = source();
   // Of the three tracks of 160, 232 and 168 KB the first one fits.
-  expectFailure(runOrv({"split", path, "--export", disk(), "--picture", scratch_ / "p.svg"}),
+  expectFailure(runOrv({"split", "--method", "crossings", path, "--export", disk(), "--picture", scratch_ / "p.svg"}),
                 {"orv: " + disk() + "/02 Untitled Track 2.aiff: disk full\n"});
   EXPECT_TRUE(entriesOf(disk()).empty());
   expectFailure(runOrv({"split", path, "--export", disk() + "/tracks"}), {disk()});
@@ -213,6 +217,15 @@ TEST_F(OrvFullDisk, PictureLeavesNeitherItselfNorTracks) {
   writeWholeFile(disk() + "/ballast", std::string(240 * 1024, 'x'));
   expectFailure(runOrv({"split", path, "--export", scratch_ / "tracks", "--picture", disk() + "/p.svg"}),
                 {disk() + "/p.svg"});
+  EXPECT_EQ(entriesOf(disk()), std::vector<std::string>{"ballast"});
+  EXPECT_FALSE(std::filesystem::exists(scratch_ / "tracks"));
+}
+
+TEST_F(OrvFullDisk, OutputLeavesNeitherItselfNorTracks) {
+  const std::string path = source();
+  writeWholeFile(disk() + "/ballast", std::string(256 * 1024, 'x'));
+  expectFailure(runOrv({"split", path, "--export", scratch_ / "tracks", "--json", "--output", disk() + "/a.json"}),
+                {disk() + "/a.json"});
   EXPECT_EQ(entriesOf(disk()), std::vector<std::string>{"ballast"});
   EXPECT_FALSE(std::filesystem::exists(scratch_ / "tracks"));
 }

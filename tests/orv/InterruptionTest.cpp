@@ -41,7 +41,7 @@ TEST_P(OrvInterruption, EndsTheAnalysisAndWritesNothing) {
 
 TEST_P(OrvInterruption, TakesBackTracksThatAreHalfWritten) {
   const std::string directory = scratch_ / "tracks";
-  RunningOrv orv({"split", source_, "--export", directory});
+  RunningOrv orv({"split", source_, "--method", "crossings", "--export", directory});
   awaitEntry(orv, directory);
   orv.send(GetParam());
   expectCancelled(orv.wait());

@@ -17,7 +17,8 @@ std::size_t countOf(const std::string& text, const std::string& part) {
   return count;
 }
 
-class OrvPicture : public testing::Test {
+// By both methods: one works on an envelope, for the other it is measured for the picture.
+class OrvPicture : public testing::TestWithParam<const char*> {
  protected:
   // The picture of `audio`, which a renderer must accept too.
   std::string pictureOf(const Recording& audio, int format = SF_FORMAT_AIFF | SF_FORMAT_PCM_16,
@@ -26,23 +27,28 @@ class OrvPicture : public testing::Test {
     return drawn(scratch_ / name);
   }
 
+  // Where both methods find three tracks without a setting.
+  static Recording threeTracks() { return std::string(GetParam()) == "levels" ? threeSongs() : threePieces(); }
+
   std::string drawn(const std::string& source) {
-    const ProcessResult result = runOrv({"split", source, "--picture", scratch_ / "a.svg", "--force"});
+    const ProcessResult result =
+        runOrv({"split", source, "--method", GetParam(), "--picture", scratch_ / "a.svg", "--force"});
     EXPECT_EQ(result.status, 0) << result.errors;
     const ProcessResult rendered = run({"rsvg-convert", scratch_ / "a.svg", "-o", scratch_ / "a.png"});
     EXPECT_EQ(rendered.status, 0) << rendered.errors;
-    // A PNG tells its width and height, big-endian, from byte 16 on.
-    EXPECT_EQ(readWholeFile(scratch_ / "a.png").substr(16, 8), std::string("\0\0\x06\x40\0\0\x01\x90", 8));
+    // A PNG tells its width and height, big-endian, from byte 16 on: 1600 by 520.
+    EXPECT_EQ(readWholeFile(scratch_ / "a.png").substr(16, 8), std::string("\0\0\x06\x40\0\0\x02\x08", 8));
     return readWholeFile(scratch_ / "a.svg");
   }
 
   TemporaryDirectory scratch_;
 };
 
-TEST_F(OrvPicture, ShowsChannelsCutsNumbersAndTimes) {
-  const std::string svg = pictureOf(threePieces());
-  EXPECT_EQ(countOf(svg, "class=\"wave\""), 2U);
-  EXPECT_EQ(countOf(svg, "class=\"cut\""), 2U);
+TEST_P(OrvPicture, ShowsWaveformLevelsCutsNumbersAndTimes) {
+  const std::string svg = pictureOf(threeTracks());
+  EXPECT_EQ(countOf(svg, "class=\"wave\" d="), 1U);
+  EXPECT_EQ(countOf(svg, "class=\"level\" d="), 1U);
+  EXPECT_EQ(countOf(svg, "class=\"cut\" x1="), 3U);  // one of them in the legend
   EXPECT_EQ(countOf(svg, "class=\"number\""), 3U);
   EXPECT_EQ(countOf(svg, "class=\"time\""), 3U);
   EXPECT_GE(countOf(svg, "class=\"tick\""), 5U);
@@ -50,9 +56,10 @@ TEST_F(OrvPicture, ShowsChannelsCutsNumbersAndTimes) {
   EXPECT_NE(svg.find("3 tracks"), std::string::npos);
 }
 
-TEST_F(OrvPicture, CutsAreDrawnWhereTheyAre) {
-  writeRecording(scratch_ / "a.aiff", threePieces());
-  const nlohmann::json answer = orvJson({"split", scratch_ / "a.aiff", "--picture", scratch_ / "a.svg"});
+TEST_P(OrvPicture, CutsAreDrawnWhereTheyAre) {
+  writeRecording(scratch_ / "a.aiff", threeTracks());
+  const nlohmann::json answer =
+      orvJson({"split", scratch_ / "a.aiff", "--method", GetParam(), "--picture", scratch_ / "a.svg"});
   const std::string svg = readWholeFile(scratch_ / "a.svg");
   const double share = answer["tracks"][1]["begin"].get<double>() / answer["lengthInFrames"].get<double>();
   char line[64];
@@ -60,21 +67,31 @@ TEST_F(OrvPicture, CutsAreDrawnWhereTheyAre) {
   EXPECT_EQ(countOf(svg, line), 1U);
 }
 
-TEST_F(OrvPicture, WaveformReachesThePeakAndRestsInSilence) {
-  // One channel's lane runs from 74 to 368 and full scale takes 0.94 of it: a square wave of 0.5 on top of nothing is
-  // drawn twice as large, from its middle 221 up to 82.8 and down to 359.2.
-  Recording square{1000, 1, {}};
-  for (int i = 0; i < 3000; ++i) {
-    square.samples.push_back(i < 1500 ? 0.0 : (i % 2 == 0 ? 0.5 : -0.5));
+TEST_P(OrvPicture, WaveformReachesThePeakAndRestsInSilence) {
+  // The lane's middle is 164, and full scale takes 84.6: a square wave of 0.25 is drawn four times as large, from there
+  // up to 79.4 and down to 248.6.
+  Recording square{8000, 1, {}};
+  for (int i = 0; i < 24'000; ++i) {
+    square.samples.push_back(i < 12'000 ? 0.0 : (i % 2 == 0 ? 0.2499 : -0.2499));
   }
   const std::string svg = pictureOf(square);
-  EXPECT_NE(svg.find("d=\"M50.0 221.0V221.0H51.0V221.0H52.0"), std::string::npos);
-  EXPECT_EQ(countOf(svg, "V82.8H"), 750U);
-  EXPECT_EQ(countOf(svg, "V359.2H"), 750U);
-  EXPECT_NE(svg.find("peak -6.0 dBFS, drawn ×2"), std::string::npos);
+  EXPECT_NE(svg.find("class=\"wave\" d=\"M50.0 164.0V164.0H"), std::string::npos);
+  const std::size_t blocks = countOf(svg, "V79.4H");
+  EXPECT_GT(blocks, 30U);
+  EXPECT_EQ(countOf(svg, "V248.6H"), blocks);
+  EXPECT_NE(svg.find("peak -12.0 dBFS, drawn ×4"), std::string::npos);
 }
 
-TEST_F(OrvPicture, DrawsEveryKindOfSamples) {
+TEST_P(OrvPicture, LevelOfATwentiethOfFullScaleIsTwentySixDecibelsBelow) {
+  // A sine of 0.0707 has an RMS value of a twentieth, -26 dB: on a scale to -40 dB in a lane from 276 to 456 it lies at
+  // 276 + 26 / 40 * 180 = 393. The filters between the octaves may take two decibels, 9 pixels.
+  const std::string svg = pictureOf(recordingOf({{4, 0.0707}}, 1));
+  const std::size_t at = svg.find("class=\"level\" d=\"M50.0 ");
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_NEAR(std::stod(svg.substr(at + 22)), 393, 9) << svg.substr(at, 60);
+}
+
+TEST_P(OrvPicture, DrawsEveryKindOfSamples) {
   for (const int format : {SF_FORMAT_WAV | SF_FORMAT_PCM_U8, SF_FORMAT_WAV | SF_FORMAT_PCM_24,
                            SF_FORMAT_AIFF | SF_FORMAT_PCM_32, SF_FORMAT_AIFF | SF_FORMAT_DOUBLE}) {
     SCOPED_TRACE(format);
@@ -86,50 +103,67 @@ TEST_F(OrvPicture, DrawsEveryKindOfSamples) {
   }
 }
 
-TEST_F(OrvPicture, HasALaneForEachOfUpToEightChannels) {
+TEST_P(OrvPicture, OneWaveformStandsForAllChannels) {
   for (const int channels : {1, 2, 5, 8}) {
-    EXPECT_EQ(countOf(pictureOf(recordingOf({{1, 0.5}}, channels)), "class=\"wave\""),
-              static_cast<std::size_t>(channels));
+    EXPECT_EQ(countOf(pictureOf(recordingOf({{1, 0.5}}, channels)), "class=\"wave\" d="), 1U);
   }
-  const std::string svg = pictureOf(recordingOf({{1, 0.5}}, 12), SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-  EXPECT_EQ(countOf(svg, "class=\"wave\""), 8U);
-  EXPECT_NE(svg.find("channels 1 to 8 of 12"), std::string::npos);
+  // A peak in any of them is seen.
+  Recording last = recordingOf({{1, 0.1}}, 3);
+  last.samples[9002] = 0.99;
+  EXPECT_NE(pictureOf(last).find("peak -0.1 dBFS"), std::string::npos);
 }
 
-TEST_F(OrvPicture, SingleFrameCanBeDrawn) {
-  EXPECT_EQ(countOf(pictureOf(noise(1)), "class=\"wave\""), 2U);
+TEST_P(OrvPicture, SingleFrameCanBeDrawn) {
+  EXPECT_EQ(countOf(pictureOf(noise(1)), "class=\"wave\" d="), 1U);
 }
 
-TEST_F(OrvPicture, SilenceCanBeDrawn) {
+TEST_P(OrvPicture, SilenceCanBeDrawn) {
   EXPECT_NE(pictureOf(recordingOf({{1, 0}})).find("silent"), std::string::npos);
 }
 
-TEST_F(OrvPicture, FloatSamplesPastFullScaleAndThoseThatAreNoNumbersCanBeDrawn) {
+TEST_P(OrvPicture, FloatSamplesPastFullScaleAndThoseThatAreNoNumbersCanBeDrawn) {
   Recording wild = recordingOf({{2, 4.0}}, 2);
   for (std::size_t i = 100; i < 8000; ++i) {
     wild.samples[i] = std::numeric_limits<double>::quiet_NaN();
   }
-  const std::string scaled = pictureOf(wild, SF_FORMAT_WAV | SF_FORMAT_FLOAT, "a.wav");
-  EXPECT_NE(scaled.find("scaled to the peak"), std::string::npos);
   wild.samples[9000] = std::numeric_limits<double>::infinity();
-  const std::string infinite = pictureOf(wild, SF_FORMAT_WAV | SF_FORMAT_FLOAT, "a.wav");
-  EXPECT_EQ(countOf(infinite, "nan") + countOf(infinite, "inf"), 0U);
+  const std::string svg = pictureOf(wild, SF_FORMAT_WAV | SF_FORMAT_FLOAT, "a.wav");
+  EXPECT_NE(svg.find("peak 0.0 dBFS"), std::string::npos);
+  EXPECT_EQ(countOf(svg, "nan") + countOf(svg, "inf"), 0U);
 }
 
-TEST_F(OrvPicture, SizeIsBoundedWhateverTheLength) {
+TEST_P(OrvPicture, SizeIsBoundedWhateverTheLength) {
   writeLongSilence(scratch_ / "long.wav", 60'000'000);
-  EXPECT_LT(drawn(scratch_ / "long.wav").size(), 100'000U);
-  EXPECT_LT(pictureOf(noise(20'000, 8), SF_FORMAT_WAV | SF_FORMAT_PCM_16).size(), 400'000U);
+  EXPECT_LT(drawn(scratch_ / "long.wav").size(), 150'000U);
+  EXPECT_LT(pictureOf(noise(2'000'000, 1)).size(), 150'000U);
 }
 
-TEST_F(OrvPicture, AnyNameMakesAValidDocument) {
+TEST_P(OrvPicture, AnyNameMakesAValidDocument) {
   EXPECT_NE(pictureOf(noise(100), SF_FORMAT_AIFF | SF_FORMAT_PCM_16, "a<b>&\"c\x01\xFF.aiff").find("a&lt;b&gt;&amp;"),
             std::string::npos);
 }
 
-TEST_F(OrvPicture, ReplacesOnlyByForceAndOnlyFiles) {
-  const std::string source = scratch_ / "a.aiff";
-  const std::string out = scratch_ / "b.svg";
+INSTANTIATE_TEST_SUITE_P(By, OrvPicture, testing::Values("levels", "crossings"),
+                         [](const auto& each) { return std::string(each.param); });
+
+TEST(OrvPictureByLevels, ShowsFloorAndConfidence) {
+  const TemporaryDirectory scratch;
+  writeRecording(scratch / "a.aiff", threeSongs());
+  const nlohmann::json answer = orvJson({"split", scratch / "a.aiff", "--picture", scratch / "a.svg"});
+  const std::string svg = readWholeFile(scratch / "a.svg");
+  EXPECT_EQ(countOf(svg, "<polyline class=\"floor\""), 1U);
+  EXPECT_EQ(countOf(svg, "class=\"cutConfidence\""), 2U);
+  ASSERT_EQ(answer["boundaries"].size(), 2U);
+  char confidence[16];
+  std::snprintf(confidence, sizeof confidence, ">%.2f</text>", answer["boundaries"][0]["confidence"].get<double>());
+  EXPECT_GE(countOf(svg, confidence), 1U);
+  EXPECT_EQ(countOf(svg, "class=\"doubtful\" x1="), answer["doubtful"].empty() ? 0 : answer["doubtful"].size() + 1);
+}
+
+TEST(OrvPictureFile, ReplacesOnlyByForceAndOnlyFiles) {
+  const TemporaryDirectory scratch;
+  const std::string source = scratch / "a.aiff";
+  const std::string out = scratch / "b.svg";
   writeRecording(source, noise(100));
   writeWholeFile(out, "precious");
   expectFailure(runOrv({"split", source, "--picture", out}), {out, "exists", "--force"});
@@ -138,7 +172,7 @@ TEST_F(OrvPicture, ReplacesOnlyByForceAndOnlyFiles) {
   EXPECT_NE(readWholeFile(out), "precious");
   expectFailure(runOrv({"split", source, "--picture", source, "--force"}), {source, "the recording itself"});
   expectFailure(runOrv({"split", source, "--picture", "/dev/null", "--force"}), {"/dev/null", "not a regular file"});
-  expectFailure(runOrv({"split", source, "--picture", scratch_.path(), "--force"}), {"is a directory"});
+  expectFailure(runOrv({"split", source, "--picture", scratch.path(), "--force"}), {"is a directory"});
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "Recordings.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <numbers>
@@ -36,6 +38,38 @@ Recording recordingOf(const std::vector<Stretch>& stretches, int channels, int s
 
 Recording threePieces(int channels, int sampleRate) {
   return recordingOf({{4, 0.5}, {2, 0}, {5, 0.7}, {2.5, 0}, {4, 0.4}}, channels, sampleRate);
+}
+
+Recording threeSongs(int channels, int sampleRate) {
+  struct Song {
+    double begin;
+    double end;
+  };
+  constexpr std::array<Song, 3> songs{{{1, 61}, {63, 108}, {111, 186}}};
+  constexpr double length = 187;
+  constexpr double hiss = 0.001;
+  Recording recording{sampleRate, channels, {}};
+  std::minstd_rand random(3);
+  std::uniform_real_distribution<double> hissing(-hiss, hiss);
+  double pitch = 0;
+  int note = -1;
+  for (std::int64_t i = 0; i < static_cast<std::int64_t>(length * sampleRate); ++i) {
+    const double time = static_cast<double>(i) / sampleRate;
+    constexpr double notesPerSecond = 4;
+    if (static_cast<int>(time * notesPerSecond) != note) {
+      note = static_cast<int>(time * notesPerSecond);
+      pitch = 220 * std::pow(2, static_cast<double>(random() % 24) / 12);
+    }
+    const bool sounds =
+        std::ranges::any_of(songs, [&](const Song& song) { return time >= song.begin && time < song.end; });
+    const double swell = 0.4 + 0.6 * std::sin(std::numbers::pi * (time * notesPerSecond - note));
+    const double tone =
+        std::sin(2 * std::numbers::pi * pitch * time) + 0.3 * std::sin(6 * std::numbers::pi * pitch * time);
+    for (int channel = 0; channel < channels; ++channel) {
+      recording.samples.push_back((sounds ? 0.3 * swell * tone : 0) + hissing(random));
+    }
+  }
+  return recording;
 }
 
 Recording noise(std::int64_t frames, int channels, int sampleRate) {

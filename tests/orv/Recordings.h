@@ -28,6 +28,11 @@ Recording recordingOf(const std::vector<Stretch>& stretches, int channels = 2, i
 /// Three tones of 4, 5 and 4 seconds with 2 and 2.5 seconds of silence between them: gaps at 5 s and 12.25 s.
 Recording threePieces(int channels = 2, int sampleRate = 8000);
 
+/// Three melodies of 60, 45 and 75 seconds over hiss at -60 dB, in the gaps of 2 and 3 seconds between them and in the
+/// second before and behind them too: gaps from 61 to 63 s and from 108 to 111 s, 187 s in all. Each note swells and
+/// fades; the melodies themselves don't.
+Recording threeSongs(int channels = 2, int sampleRate = 8000);
+
 /// Samples that differ all over, from a fixed seed.
 Recording noise(std::int64_t frames, int channels = 2, int sampleRate = 8000);
 

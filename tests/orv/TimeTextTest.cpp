@@ -18,6 +18,17 @@ TEST(OrvTimeText, HoursShowWhereThereAreAnyOrWhereAskedFor) {
   EXPECT_EQ(timeText(1e300), "very long");
 }
 
+TEST(OrvTimeText, DurationsAreTimesOrSeconds) {
+  EXPECT_EQ(parseDuration("3:28.5"), 208.5);
+  EXPECT_EQ(parseDuration("1:02:03"), 3723);
+  EXPECT_EQ(parseDuration("208"), 208);
+  EXPECT_EQ(parseDuration("0.5"), 0.5);
+  EXPECT_EQ(parseDuration("250ms"), 0.25);
+  for (const char* text : {"", "x", "-1", "s", "1:", ":1", "1e3", "nan", "1..2", "99999999999999", "5m"}) {
+    EXPECT_EQ(parseDuration(text), std::nullopt) << text;
+  }
+}
+
 TEST(OrvTimeText, PositionsAreFramesOrTimes) {
   const auto frame = [](const char* text) { return Position::parse(text).value().frame(44'100); };
   EXPECT_EQ(frame("0"), 0U);

@@ -39,23 +39,68 @@ TEST(OrvUsage, MissingAndUnknownArgumentsAreExplained) {
 }
 
 TEST(OrvUsage, NumbersOutOfReasonAreRefused) {
-  for (const char* option : {"--sensitivity", "--silence", "--tracks", "--zero-offset"}) {
-    for (const char* value : {"", "x", "nan", "inf", "99999999999999999999", "1e99", "12x"}) {
-      expectWrongUsage(runOrv({"split", "a", option, value}), {option, "orv split --help"});
+  const auto split = [](const char* method, const char* option, const char* value) {
+    return runOrv({"split", "a", "--method", method, option, value});
+  };
+  for (const char* value : {"", "x", "nan", "inf", "99999999999999999999", "1e99", "12x"}) {
+    for (const char* option : {"--sensitivity", "--silence", "--tracks", "--zero-offset"}) {
+      expectWrongUsage(split("crossings", option, value), {option, "orv split --help"});
+    }
+    for (const char* option : {"--sensitivity", "--tracks", "--min-track"}) {
+      expectWrongUsage(split("levels", option, value), {option, "orv split --help"});
     }
   }
   for (const char* option : {"--sensitivity", "--silence", "--tracks"}) {
-    expectWrongUsage(runOrv({"split", "a", option, "-1"}), {option, "'-1'"});
+    expectWrongUsage(split("crossings", option, "-1"), {option, "'-1'"});
   }
-  expectWrongUsage(runOrv({"split", "a", "--sensitivity", "1.5"}), {"'1.5'"});
-  expectWrongUsage(runOrv({"split", "a", "--zero-offset", "32768"}), {"32767"});
+  for (const char* option : {"--sensitivity", "--min-track", "--tracks"}) {
+    expectWrongUsage(split("levels", option, "-1"), {option, "'-1'"});
+  }
+  expectWrongUsage(split("crossings", "--sensitivity", "1.5"), {"'1.5'"});
+  expectWrongUsage(split("crossings", "--zero-offset", "32768"), {"32767"});
   expectWrongUsage(runOrv({"split", "a", "--silence"}), {"--silence"});
+}
+
+TEST(OrvUsage, RangeOfTheSensitivityIsTheMethods) {
+  expectWrongUsage(runOrv({"split", "a", "--sensitivity", "101"}), {"'101'", "from 0 to 100"});
+  expectWrongUsage(runOrv({"split", "a", "--sensitivity", "32768", "--method", "crossings"}), {"from 0 to 32767"});
+  // Refused for the file, not for the number.
+  expectFailure(runOrv({"split", "a", "--sensitivity", "99.5"}), {"a: no such file"});
+  expectFailure(runOrv({"split", "a", "--sensitivity", "101", "--method", "crossings"}), {"a: no such file"});
+}
+
+TEST(OrvUsage, SettingsOfTheOtherMethodAreRefused) {
+  for (const char* option : {"--silence", "--zero-offset"}) {
+    expectWrongUsage(runOrv({"split", "a", option, "9"}), {option, "belongs to --method crossings", "here is levels"});
+  }
+  for (const char* option : {"--durations", "--min-track", "--cut"}) {
+    expectWrongUsage(runOrv({"split", "a", option, "9", "--method", "crossings"}),
+                     {option, "belongs to --method levels", "here is crossings"});
+  }
+  expectWrongUsage(runOrv({"split", "a", "--trim", "--method", "crossings"}), {"--trim", "levels"});
+}
+
+TEST(OrvUsage, DurationsThatAreNoneAreRefused) {
+  for (const char* value : {"", "x", "-5", "0:00", "3:28,", "3:28,x", "missing.cue"}) {
+    expectWrongUsage(runOrv({"split", "a", "--durations", value}), {"--durations", "is no duration such as 3:28"});
+  }
+}
+
+TEST(OrvUsage, NumberOfTracksIsSaidOnce) {
+  expectWrongUsage(runOrv({"split", "a", "--tracks", "2", "--durations", "3:28,3:54"}), {"--tracks", "--durations"});
+  expectWrongUsage(runOrv({"split", "a", "--durations", "3:28,3:54", "--tracks", "2"}), {"--tracks", "--durations"});
+}
+
+TEST(OrvUsage, FormatsThatContradictEachOtherAreRefused) {
+  expectWrongUsage(runOrv({"split", "a", "--json", "--format", "cue"}), {"--json", "--format cue"});
+  expectFailure(runOrv({"split", "a", "--json", "--format", "json"}), {"a: no such file"});
 }
 
 TEST(OrvUsage, LevelBelowZeroIsTaken) {
   const TemporaryDirectory scratch;
   writeRecording(scratch / "a.aiff", threePieces());
-  EXPECT_EQ(orvJson({"split", scratch / "a.aiff", "--zero-offset", "-500"})["tracks"].size(), 3U);
+  EXPECT_EQ(orvJson({"split", scratch / "a.aiff", "--method", "crossings", "--zero-offset", "-500"})["tracks"].size(),
+            3U);
 }
 
 TEST(OrvUsage, PositionsThatAreNoneAreRefused) {
@@ -66,7 +111,9 @@ TEST(OrvUsage, PositionsThatAreNoneAreRefused) {
 }
 
 TEST(OrvUsage, UnknownNamesAreRefusedWithTheKnownOnes) {
-  expectWrongUsage(runOrv({"split", "a", "--method", "magic"}), {"magic", "crossings"});
+  expectWrongUsage(runOrv({"split", "a", "--method", "magic"}), {"magic", "levels", "crossings"});
+  expectWrongUsage(runOrv({"split", "a", "--format", "xml"}), {"xml", "table, json, cue, labels"});
+  expectWrongUsage(runOrv({"split", "a", "--cut", "after"}), {"after", "before, middle"});
   expectWrongUsage(runOrv({"export", "a", "--from", "0", "--to", "9", "--output", "b", "--type", "mp3"}), {"mp3"});
 }
 

@@ -58,6 +58,15 @@ std::optional<double> parseClock(std::string_view text) {
   return 60.0 * (minutes + *minutesGiven) + *seconds;
 }
 
+// A time rather than a bare number.
+bool isTime(std::string_view text) {
+  return text.find(':') != std::string_view::npos || text.ends_with('s');
+}
+
+std::optional<double> parseTime(std::string_view text) {
+  return text.find(':') != std::string_view::npos ? parseClock(text) : parseWithUnit(text);
+}
+
 }  // namespace
 
 std::string timeText(double seconds, TimeStyle style) {
@@ -79,14 +88,15 @@ std::string timeText(double seconds, TimeStyle style) {
   return result;
 }
 
+std::optional<double> parseDuration(std::string_view text) {
+  const std::optional<double> seconds = isTime(text) ? parseTime(text) : parseNumber<double>(text);
+  return seconds && *seconds <= kLongestSeconds ? seconds : std::nullopt;
+}
+
 std::optional<Position> Position::parse(std::string_view text) {
   Position position;
-  if (text.find(':') != std::string_view::npos) {
-    position.seconds_ = parseClock(text);
-    return position.seconds_ ? std::optional(position) : std::nullopt;
-  }
-  if (text.ends_with('s')) {
-    position.seconds_ = parseWithUnit(text);
+  if (isTime(text)) {
+    position.seconds_ = parseTime(text);
     return position.seconds_ ? std::optional(position) : std::nullopt;
   }
   const auto frame = parseNumber<std::uint64_t>(text);

@@ -16,6 +16,10 @@ struct TimeStyle {
 /// "3:28.400", "1:03:28.400" from an hour on.
 std::string timeText(double seconds, TimeStyle style = {});
 
+/// Seconds from the length of something as the person gives it: "3:28.5", "1:02:03", "208", "208.5s" or "250ms".
+/// Nothing for any other text.
+std::optional<double> parseDuration(std::string_view text);
+
 /// A place in a recording as the person gives it: a frame number, or a time.
 class Position {
  public:

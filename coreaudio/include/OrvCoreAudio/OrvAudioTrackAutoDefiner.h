@@ -47,6 +47,10 @@ class ORV_API OrvAudioTrackAutoDefiner {
   /// counted run on more than 32,767 blocks (109 minutes) is refused, a file that holds no audio too.
   static Result defineTracks(const Request& request);
 
+  /// What the track at `index` of a recording is called as long as nobody has named it. The number in it is twice the
+  /// index.
+  static std::string untitledName(std::size_t index);
+
   /// The tracks of a file; nothing when the run was cancelled or failed. One run at a time in the whole process:
   /// progress, cancel switch and delegate are shared. `lengthOfSilence` is in milliseconds; `numberOfTracks` 0 cuts at
   /// silences, a positive number asks for exactly that many tracks. For stereo recordings.

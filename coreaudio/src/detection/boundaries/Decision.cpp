@@ -221,12 +221,19 @@ class Decision {
       const Place& behind = next == chosen.size() ? limits_.end : places_[chosen[next]];
       const Context context = contextOf(places_[i], before, behind, chosen.empty());
       Boundary boundary = boundaryAt(i, context);
-      if (boundary.confidence >= kLeastConfidence) {
+      if (boundary.confidence >= kLeastConfidence && !isInBoundary(boundary)) {
         boundary.reason = reasonAgainst(stretches_[i], context);
         result_.doubtful.push_back(std::move(boundary));
       }
     }
     keepBestDoubtful();
+  }
+
+  /// Whether it is a part of the quiet around a boundary, which was cut once already.
+  bool isInBoundary(const Boundary& doubtful) const {
+    return std::any_of(result_.boundaries.begin(), result_.boundaries.end(), [&](const Boundary& boundary) {
+      return doubtful.quietBegin < boundary.quietEnd && boundary.quietBegin < doubtful.quietEnd;
+    });
   }
 
   void keepBestDoubtful() {
