@@ -44,6 +44,7 @@ TEST(AlignDurations, FollowsATurntableThatRunsFastOrSlow) {
   for (const double speed : {0.985, 0.99, 1.01, 1.015}) {
     const std::vector<double> listed{200, 180, 240, 150, 205, 215, 170};
     std::vector<double> played;
+    played.reserve(listed.size());
     for (const double duration : listed) {
       played.push_back(duration * speed);
     }

@@ -66,8 +66,8 @@ TEST(TrackBoundaryDetector, FindsThemUnderHissAndClicks) {
   for (const double hiss : {-70.0, -60.0, -50.0, -45.0}) {
     Side side = threePieces();
     side.noise(hiss);
-    for (double second = 0.3; second < side.seconds(); second += 0.37) {
-      side.click(second, 0.4F);
+    for (int click = 1; 0.37 * click < side.seconds(); ++click) {
+      side.click(0.37 * click, 0.4F);
     }
     SCOPED_TRACE(hiss);
     expectTheTwoGaps(detect(side.envelope()));

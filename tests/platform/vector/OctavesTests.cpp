@@ -52,7 +52,7 @@ TEST(TakeChannel, CopiesOneChannelOfAnyNumber) {
 
 TEST(TakeChannel, TakesWhatIsNotANumberForSilenceAndLimitsTheRest) {
   onEachTarget([] {
-    for (const std::uint32_t channels : {1U, 2U}) {
+    for (const std::size_t channels : {1U, 2U}) {
       std::vector<float> frames(64 * channels, 0.5F);
       frames[5 * channels] = kNaN;
       frames[6 * channels] = kInfinity;
@@ -60,7 +60,7 @@ TEST(TakeChannel, TakesWhatIsNotANumberForSilenceAndLimitsTheRest) {
       frames[8 * channels] = 1.0e30F;
       frames[9 * channels] = -1.0e30F;
       std::vector<float> taken(64);
-      simd::takeChannel(frames.data(), 64, channels, 0, taken.data());
+      simd::takeChannel(frames.data(), 64, static_cast<std::uint32_t>(channels), 0, taken.data());
       EXPECT_EQ(taken[4], 0.5F);
       EXPECT_EQ(taken[5], 0.0F);
       EXPECT_EQ(taken[6], 0.0F);
@@ -84,10 +84,10 @@ TEST(SplitOctave, FiltersAsItsTapsSay) {
       const std::vector<float> samples = noise(2 * pairs + simd::kOctaveHistory, 2);
       const Octaves octaves(samples);
       for (std::size_t i = 0; i < pairs; ++i) {
-        const double a = double{samples[2 * i]};
-        const double b = double{samples[2 * i + 1]};
-        const double c = double{samples[2 * i + 2]};
-        const double d = double{samples[2 * i + 3]};
+        const auto a = double{samples[2 * i]};
+        const auto b = double{samples[2 * i + 1]};
+        const auto c = double{samples[2 * i + 2]};
+        const auto d = double{samples[2 * i + 3]};
         ASSERT_NEAR(octaves.low[i], (a + 3 * b + 3 * c + d) / 8, 1e-6) << pairs << " pairs, pair " << i;
         ASSERT_NEAR(octaves.high[i], (-a + 3 * b - 3 * c + d) / 8, 1e-6) << pairs << " pairs, pair " << i;
       }

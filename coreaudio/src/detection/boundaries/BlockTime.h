@@ -17,6 +17,9 @@ class BlockTime {
   double secondsPerBlock() const { return secondsPerBlock_; }
   double seconds(std::size_t blocks) const { return static_cast<double>(blocks) * secondsPerBlock_; }
 
+  /// Blocks of about a second: what changes slowly is kept once for each of these steps.
+  std::size_t blocksPerStep() const { return blocks(1.0); }
+
   /// The nearest number of blocks: one at least, and never more than any recording has.
   std::size_t blocks(double seconds) const {
     constexpr double most = 1.0e9;

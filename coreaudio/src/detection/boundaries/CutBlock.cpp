@@ -5,12 +5,12 @@
 namespace orv::boundaries {
 namespace {
 
-/// Music is heard below noise that is louder by as much, dB; a rise of that much is looked for.
-constexpr float kBelowNoise = 12.0F;
+/// A rise of so much is looked for, dB. Within `kSuddenRise` it is a beginning, else a fade, which began as far below
+/// the noise as its loudness went up at the same pace.
 constexpr float kRise = 10.0F;
+constexpr float kFadeBelowNoise = 45.0F;
+constexpr double kSuddenRise = 0.15;  // seconds
 constexpr double kLongestRise = 8.0;  // seconds
-/// A rise within this is a beginning, not a fade.
-constexpr double kSuddenRise = 0.25;  // seconds
 
 }  // namespace
 
@@ -27,7 +27,7 @@ std::size_t cutBlockOf(const QuietStretch& stretch, const Loudness& loudness, co
     ++risen;
   }
   const double rise = time.seconds(risen - stretch.noiseEnd);
-  const double early = std::max(rise - kSuddenRise, 0.0) * double{kBelowNoise / kRise};
+  const double early = std::max(rise - kSuddenRise, 0.0) * double{kFadeBelowNoise / kRise};
   const std::size_t last = stretch.noiseEnd - 1;
   const auto blocksEarly = static_cast<std::size_t>(early / time.secondsPerBlock());
   return std::max(last - std::min(blocksEarly, last), middle);

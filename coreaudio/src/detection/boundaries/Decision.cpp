@@ -43,7 +43,7 @@ class Decision {
         time_(result->envelope),
         floor_(result->envelope, time_),
         loudness_(result->envelope, floor_, time_),
-        overview_(result->envelope, loudness_, floor_.blocksPerStep()),
+        overview_(result->envelope, loudness_, time_.blocksPerStep()),
         music_(findMusicEnds(loudness_, time_)) {}
 
   void run() {
@@ -122,6 +122,7 @@ class Decision {
     order.resize(kept);
     std::sort(order.begin(), order.end());
     std::vector<Place> best;
+    best.reserve(kept);
     for (const std::size_t i : order) {
       best.push_back(places_[i]);
     }
@@ -172,7 +173,7 @@ class Decision {
 
   void tellFloor() {
     for (std::size_t step = 0; step < floor_.steps(); ++step) {
-      const std::size_t block = step * floor_.blocksPerStep();
+      const std::size_t block = step * time_.blocksPerStep();
       result_.floor.push_back({frameOf(block), floor_.levelAt(block)});
     }
   }

@@ -142,7 +142,7 @@ void EnvelopeMeter::take(const float* frames, std::size_t count, std::vector<Blo
     const std::size_t length = std::min<std::size_t>(framesPerBlock(), count - first);
     minimum_.assign(channels_, std::numeric_limits<float>::infinity());
     maximum_.assign(channels_, -std::numeric_limits<float>::infinity());
-    simd::widenRange(frames + first * channels_, length, channels_, minimum_.data(), maximum_.data());
+    simd::widenRange(frames + first * std::size_t{channels_}, length, channels_, minimum_.data(), maximum_.data());
     const float lowest = *std::min_element(minimum_.begin(), minimum_.end());
     const float highest = *std::max_element(maximum_.begin(), maximum_.end());
     block.minimum = lowest <= highest ? asSample(lowest) : std::int16_t{0};  // not, where all is NaN
@@ -156,7 +156,7 @@ void EnvelopeMeter::addChannel(const float* frames, std::size_t count, std::uint
   count = std::min(count, samples);
   simd::takeChannel(frames, count, channels_, channel, upper_.data() + kOctaveHistory);
   std::fill_n(upper_.begin() + static_cast<std::ptrdiff_t>(kOctaveHistory + count), samples - count, 0.0F);
-  float* history = &history_[channel * (octaves_ + 1) * kOctaveHistory];
+  float* history = &history_[std::size_t{channel} * (octaves_ + 1) * kOctaveHistory];
   const auto continueHere = [&] {
     std::copy_n(history, kOctaveHistory, upper_.begin());
     std::copy_n(upper_.begin() + static_cast<std::ptrdiff_t>(samples), kOctaveHistory, history);
@@ -186,9 +186,8 @@ void EnvelopeMeter::finishParts(std::size_t parts) {
   for (std::size_t part = 0; part < parts; ++part) {
     Energies& energies = parts_[part];
     float all = energies[0];
-    float scale = 1;
-    for (std::size_t band = 1; band < kBands; ++band, scale /= 2) {
-      energies[band] *= scale;
+    for (std::size_t band = 1; band < kBands; ++band) {
+      energies[band] = std::ldexp(energies[band], 1 - static_cast<int>(band));
       all += energies[band];
     }
     energies[kBands] = all;

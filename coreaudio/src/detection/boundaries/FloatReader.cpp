@@ -51,7 +51,7 @@ std::uint32_t FloatReader::read(std::uint64_t firstFrame, std::uint32_t count, f
     return 0;
   }
   count = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, firstHeld_ + held_ - firstFrame));
-  auto produced = static_cast<std::uint32_t>(count * channels_ * sizeof(float));
+  auto produced = static_cast<std::uint32_t>(std::size_t{count} * channels_ * sizeof(float));
   const OSStatus status = converter_->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
       bytes_.data() + (firstFrame - firstHeld_) * bytesPerFrame_, count * bytesPerFrame_, frames, &produced);
   if (status != noErr) {

@@ -82,8 +82,8 @@ double confidenceOf(double chance) {
 }
 
 std::string reasonFor(const QuietStretch& stretch) {
-  const double seconds = double{stretch.seconds};
-  const double depth = double{depthOf(stretch)};
+  const auto seconds = double{stretch.seconds};
+  const auto depth = double{depthOf(stretch)};
   if (stretch.height <= kOnTheFloor) {
     return formatText("%.1f s on the noise floor, %.0f dB below the music", seconds, depth);
   }

@@ -15,7 +15,7 @@ constexpr float kLowestFloor = -92.0F;  // dB, each band
 
 }  // namespace
 
-NoiseFloor::NoiseFloor(const OrvLevelEnvelope& envelope, const BlockTime& time) : blocksPerStep_(time.blocks(1.0)) {
+NoiseFloor::NoiseFloor(const OrvLevelEnvelope& envelope, const BlockTime& time) : blocksPerStep_(time.blocksPerStep()) {
   const std::size_t blocks = envelope.blocks.size();
   steps_.resize((blocks + blocksPerStep_ - 1) / blocksPerStep_);
   findQuietest(envelope, std::min(time.blocks(kQuietestSeconds), blocks));

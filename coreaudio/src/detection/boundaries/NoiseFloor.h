@@ -24,16 +24,15 @@ class NoiseFloor {
   /// dB of all bands together.
   float levelAt(std::size_t block) const;
 
-  /// Steps of about a second, over which the floor is the same.
+  /// Steps over which the floor is the same.
   std::size_t steps() const { return steps_.size(); }
-  std::size_t blocksPerStep() const { return blocksPerStep_; }
 
  private:
   std::size_t stepOf(std::size_t block) const { return std::min(block / blocksPerStep_, steps_.size() - 1); }
   void findQuietest(const OrvLevelEnvelope& envelope, std::size_t window);
   void spread(double secondsPerStep);
 
-  std::size_t blocksPerStep_;
+  const std::size_t blocksPerStep_;
   std::vector<Bands> steps_;
 };
 

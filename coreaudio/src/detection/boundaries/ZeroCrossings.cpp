@@ -12,7 +12,7 @@ constexpr double kReach = 0.010;  // seconds
 std::uint32_t loudestChannel(const std::vector<float>& frames, std::uint32_t channels) {
   std::vector<double> energies(channels);
   for (std::size_t i = 0; i < frames.size(); ++i) {
-    const double sample = double{frames[i]};
+    const auto sample = double{frames[i]};
     energies[i % channels] += std::isfinite(sample) ? sample * sample : 0;
   }
   return static_cast<std::uint32_t>(std::max_element(energies.begin(), energies.end()) - energies.begin());
