@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 
 #include "OrvPlatform/AudioFile.h"
+#include "Require.h"
 #include "audiofile/Container.h"
 
 namespace orv::fuzz {
@@ -15,14 +14,6 @@ namespace {
 
 using test::Bytes;
 using Session = std::unique_ptr<AudioFileSession>;
-
-/// Ends the run with a line that says which promise was broken.
-void require(bool holds, const char* promise) {
-  if (!holds) {
-    std::fprintf(stderr, "broken: %s\n", promise);
-    std::abort();
-  }
-}
 
 Session open(const char* path, bool forUpdate) {
   Session session;

@@ -7,9 +7,10 @@
 
 #include "MemoryFiles.h"
 #include "OrvPlatform/AudioFile.h"
+#include "TrackSeeds.h"
 
-/// Writes the seeds of both fuzz targets: one file per format and order of chunks, each behind its script byte.
-/// Usage: MakeSeeds DIRECTORY, in which the folders "aiff" and "wave" are made.
+/// Writes the seeds of the fuzz targets: for containers one file per format and order of chunks, each behind its script
+/// byte. Usage: MakeSeeds DIRECTORY, in which a folder for each target is made.
 namespace {
 
 using orv::test::Bytes;
@@ -115,5 +116,6 @@ int main(int argc, char** argv) {
     std::copy_n("ds64", 4, file.begin() + 12);
     wave.add(file, 0x80, false);
   }
+  orv::fuzz::makeTrackSeeds(directory);
   return 0;
 }

@@ -6,10 +6,11 @@
 #include <string>
 
 #include "OrvCoreAudio/OrvObject.h"
+#include "OrvPlatform/Archiver.h"
 
 /// One track of a recording: a name and a range of frames. The end frame is the one behind the last.
 /// One thread at a time.
-class ORV_API OrvAudioTrackInfo : public OrvObject {
+class ORV_API OrvAudioTrackInfo : public OrvObject, public orv::ArchiveRecord {
  public:
   /// No name, frames 0 to 0, not active, record version 2. The other initialisers leave the version 0.
   static std::shared_ptr<OrvAudioTrackInfo> init();
@@ -24,6 +25,9 @@ class ORV_API OrvAudioTrackInfo : public OrvObject {
       std::optional<std::string> name, std::uint64_t begin, std::uint64_t end);
   static std::shared_ptr<OrvAudioTrackInfo> audioTrackInfoWithTrackName_trackBeginFrame_trackEndFrame_isActive(
       std::optional<std::string> name, std::uint64_t begin, std::uint64_t end, bool isActive);
+
+  /// Null when the archive's fields are not those of a track.
+  static std::shared_ptr<OrvAudioTrackInfo> initWithCoder(orv::ArchiveDecoder& coder);
 
   std::optional<std::string> trackName() const { return _trackName; }
   void setTrackName(std::optional<std::string> name) { _trackName = std::move(name); }
@@ -44,6 +48,10 @@ class ORV_API OrvAudioTrackInfo : public OrvObject {
   bool isEqual(const std::shared_ptr<const OrvObject>& other) const override;
   /// "OrvAudioTrackInfo [Intro: IN:0 OUT:882000]".
   std::string description() const override;
+
+  std::string archiveName() const override;
+  /// Begin and end are archived with their eight bytes reversed.
+  void encodeWithCoder(orv::ArchiveEncoder& coder) const override;
 
  protected:
   OrvAudioTrackInfo() = default;

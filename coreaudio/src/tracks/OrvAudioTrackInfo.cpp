@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "OrvCoreAudio/ByteUtility.h"
+#include "OrvCoreAudio/OrvArchiveKeys.h"
+#include "tracks/ArchiveFields.h"
+
 namespace {
 
 /// What plain `init` marks a record with.
@@ -9,6 +13,11 @@ constexpr std::uint32_t kRecordVersion = 2;
 
 /// What a text format shows for a name that is missing.
 constexpr const char* kNoName = "(null)";
+
+std::uint64_t reversed(std::uint64_t frame) {
+  ByteUtility::swapBytes64bit(&frame);
+  return frame;
+}
 
 }  // namespace
 
@@ -67,4 +76,26 @@ bool OrvAudioTrackInfo::isEqual(const std::shared_ptr<const OrvObject>& other) c
 std::string OrvAudioTrackInfo::description() const {
   return "OrvAudioTrackInfo [" + _trackName.value_or(kNoName) + ": IN:" + std::to_string(_trackIn) +
          " OUT:" + std::to_string(_trackOut) + "]";
+}
+
+std::string OrvAudioTrackInfo::archiveName() const {
+  return "OrvAudioTrackInfo";
+}
+
+void OrvAudioTrackInfo::encodeWithCoder(orv::ArchiveEncoder& coder) const {
+  archivefields::encode(coder, OrvTrackName, archivefields::textOrNothing(_trackName));
+  archivefields::encode(coder, OrvTrackBegin, reversed(_trackIn));
+  archivefields::encode(coder, OrvTrackEnd, reversed(_trackOut));
+  archivefields::encode(coder, OrvTrackIsActive, _isActive);
+}
+
+std::shared_ptr<OrvAudioTrackInfo> OrvAudioTrackInfo::initWithCoder(orv::ArchiveDecoder& coder) {
+  auto track = initWithTrackName(std::nullopt);
+  const bool isWhole = archivefields::decodeText(coder, OrvTrackName, &track->_trackName) &&
+                       archivefields::decodeNumber(coder, OrvTrackBegin, &track->_trackIn) &&
+                       archivefields::decodeNumber(coder, OrvTrackEnd, &track->_trackOut) &&
+                       archivefields::decodeNumber(coder, OrvTrackIsActive, &track->_isActive);
+  track->_trackIn = reversed(track->_trackIn);
+  track->_trackOut = reversed(track->_trackOut);
+  return isWhole ? track : nullptr;
 }
