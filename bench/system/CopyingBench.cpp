@@ -1,5 +1,7 @@
-// Copying half an hour into a new file, beside read and write calls of the same chunk.
+// Copying half an hour into a new file, beside read and write calls of the same chunk; and through the volume control,
+// beside the plain copy.
 #include <OrvCoreAudio/OrvAudioFileProcessor.h>
+#include <OrvCoreAudio/OrvSoftwareVolumeControl.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -51,25 +53,33 @@ int main() {
       throw std::runtime_error("the plain copy failed");
     }
   };
-  const auto exported = [&] {
+  const auto exportVia = [&](const std::shared_ptr<OrvAudioProcessor>& processor) {
     ::unlink(copy.c_str());
     OrvAudioFileProcessor::ExportRequest request;
     request.sourcePath = path;
     request.destinationPath = copy;
     request.toFrame = kFrames;
+    request.processor = processor;
     if (!OrvAudioFileProcessor::exportFrames(request).done) {
       throw std::runtime_error("the export failed");
     }
   };
+  const auto volume = OrvSoftwareVolumeControl::init();
+  volume->setVolumeDecibels(-6);
+  const auto exported = [&] { exportVia(nullptr); };
+  const auto exportedQuieter = [&] { exportVia(volume); };
   const auto bare = [&] {
     ::unlink(copy.c_str());
     copyBare(path, copy);
   };
 
-  const auto times = orv::bench::bestTimes(8, {plainCopy, exported, bare});
+  const auto times = orv::bench::bestTimes(8, {plainCopy, exported, bare, exportedQuieter});
   orv::bench::RatioTable table("OrvAudioFileProcessor, 30 minutes; peer: read and write of 512 KiB");
   table.addRates("plain copy", bytes / times[0], bytes / times[2], 0.7);
   table.addRates("export of the whole", bytes / times[1], bytes / times[2], 0.7);
   table.print();
+  orv::bench::RatioTable processing("OrvAudioFileProcessor, 30 minutes; peer: plain copy");
+  processing.addRates("export through the volume control", bytes / times[3], bytes / times[0], 0.5);
+  processing.print();
   return 0;
 }

@@ -6,13 +6,15 @@
 #include <optional>
 #include <string>
 
+#include "OrvCoreAudio/OrvAudioProcessor.h"
+#include "OrvCoreAudio/OrvAudioStreamBasicDescription.h"
 #include "OrvCoreAudio/OrvObject.h"
 #include "OrvCoreAudio/OrvProgress.h"
 #include "OrvPlatform/AudioFile.h"
 
-/// Turns ranges of a recording into files. Class operations only, synchronous on the caller's thread. Frames count from
-/// 0; the end frame is the one behind the last. A delegate that is an `OrvProgressDelegate` is told of the progress;
-/// others, and null, are not.
+/// Turns ranges of a recording into files, and processes them in place. Class operations only, synchronous on the
+/// caller's thread. Frames count from 0; the end frame is the one behind the last. A delegate that is an
+/// `OrvProgressDelegate` is told of the progress; others, and null, are not.
 class ORV_API OrvAudioFileProcessor {
  public:
   OrvAudioFileProcessor() = delete;
@@ -31,6 +33,13 @@ class ORV_API OrvAudioFileProcessor {
     bool replaceExisting = false;                 ///< without it a destination that exists is refused
     const std::atomic<bool>* cancel = nullptr;    ///< looked at between chunks; must outlive the call
     std::shared_ptr<OrvObject> progressDelegate;  ///< may be null
+    /// What the audio goes through on its way, as 32-bit floats of the source's channels; reset before the first chunk.
+    /// Null: the samples stay as they are.
+    std::shared_ptr<OrvAudioProcessor> processor = nullptr;
+    /// What the new file's samples are to be: rate, channels, bits, integer or float, linear PCM. Byte order and sign
+    /// follow from the type of the file. The rate is converted in the best quality, and the end of the resampled
+    /// stream is kept. Null: the source's format.
+    std::shared_ptr<OrvAudioStreamBasicDescription> format = nullptr;
   };
 
   /// How an export ended. `problem` is one line for the person who uses the program; empty when it was done.
@@ -53,4 +62,48 @@ class ORV_API OrvAudioFileProcessor {
   static bool copyFramesToPath_sourcePath_destinationPath_fromFrame_toFrame(
       const std::shared_ptr<OrvObject>& delegate, const std::optional<std::string>& sourcePath,
       const std::optional<std::string>& destinationPath, std::uint64_t fromFrame, std::uint64_t toFrame);
+
+  /// As the copy above, of any length, through a processor. The new file's samples are big-endian. Without a processor
+  /// success, and nothing done. The processor is reset first; when it answers no, what was written before stays, and
+  /// the operation answers no.
+  static bool copyFramesToPath_sourcePath_destinationPath_fromFrame_toFrame_via(
+      const std::shared_ptr<OrvObject>& delegate, const std::optional<std::string>& sourcePath,
+      const std::optional<std::string>& destinationPath, std::uint64_t fromFrame, std::uint64_t toFrame,
+      const std::shared_ptr<OrvAudioProcessor>& processor);
+
+  /// Replaces a range by what a processor makes of it. An end past the file's is taken back to it. False for an empty
+  /// range and without a processor; a file that can't be written is left as it was. A run that fails leaves what it
+  /// replaced: `processFramesInPlace` tells how much that is.
+  static bool processFrames_sourcePath_startingAt_endingAt_via(const std::shared_ptr<OrvObject>& delegate,
+                                                               const std::optional<std::string>& sourcePath,
+                                                               std::uint64_t fromFrame, std::uint64_t toFrame,
+                                                               const std::shared_ptr<OrvAudioProcessor>& processor);
+
+  /// What `processFramesInPlace` is to do. Aggregate.
+  struct ProcessRequest {
+    std::string path;
+    std::uint64_t fromFrame = 0;
+    std::uint64_t toFrame = 0;  ///< at most the file's length
+    std::shared_ptr<OrvAudioProcessor> processor;
+    const std::atomic<bool>* cancel = nullptr;    ///< looked at between chunks; must outlive the call
+    std::shared_ptr<OrvObject> progressDelegate;  ///< may be null
+  };
+
+  /// How processing ended. `problem` is one line for the person who uses the program; empty when it was done.
+  struct ProcessResult {
+    bool done = false;
+    bool cancelled = false;
+    OSStatus status = noErr;
+    std::string problem;
+    /// The frames from the range's begin to here were replaced; the file is untouched where this is the begin.
+    std::uint64_t changedUpToFrame = 0;
+  };
+
+  /// Replaces a range, of a file of any length, by what a processor makes of it. Chunks other than the audio, and the
+  /// audio outside of the range, stay byte for byte.
+  static ProcessResult processFramesInPlace(const ProcessRequest& request);
+
+  /// Reverses the bytes of each word of `wordLength` bytes in place. An odd word length changes nothing; bytes at the
+  /// end that are no whole word stay. `length` in bytes. Thread-safe.
+  static void swapBytes_wordLength_length(void* bytes, std::uint32_t wordLength, std::uint64_t length);
 };

@@ -13,8 +13,10 @@
 #include "OrvPlatform/Log.h"
 #include "WithoutThrowing.h"
 #include "detection/ExportFormat.h"
+#include "detection/ProcessingChain.h"
 
 using orv::formatText;
+using orv::ProcessingChain;
 
 namespace {
 
@@ -36,6 +38,12 @@ Result failure(OSStatus status) {
 
 Result failure(const std::string& path, const OrvAudioFile& file) {
   return failure(file.lastStatus(), path + ": " + file.lastProblem());
+}
+
+Result done() {
+  Result result;
+  result.done = true;
+  return result;
 }
 
 /// The name under which the file is written until it is complete: in the same folder, so that the last step is a
@@ -72,18 +80,27 @@ class PartialFile {
   bool isKept_ = false;
 };
 
+/// What is done to the samples on their way. Without either the bytes stay as they are.
+struct Treatment {
+  std::shared_ptr<OrvAudioConverter> converter;
+  std::unique_ptr<ProcessingChain> chain;
+};
+
 /// Moves frames from one open file to another, a chunk at a time.
 class ChunkMover {
  public:
-  /// Without a converter the bytes stay as they are.
-  ChunkMover(OrvAudioFile& source, OrvAudioFile& destination, OrvAudioConverter* converter)
+  ChunkMover(OrvAudioFile& source, OrvAudioFile& destination, const Treatment& treatment)
       : source_(source),
         destination_(destination),
-        converter_(converter),
+        converter_(treatment.converter.get()),
+        chain_(treatment.chain.get()),
         bytesPerFrame_(source.bytesPerFrame()),
-        framesPerChunk_(std::max<std::uint32_t>(kChunkBytes / bytesPerFrame_, 1)),
+        framesPerChunk_(chain_ != nullptr ? chain_->chunkBytes() / bytesPerFrame_
+                                          : std::max<std::uint32_t>(kChunkBytes / bytesPerFrame_, 1)),
         read_(std::size_t{framesPerChunk_} * bytesPerFrame_) {
-    if (converter_ != nullptr) {
+    if (chain_ != nullptr) {
+      converted_.resize(chain_->processedBytes());
+    } else if (converter_ != nullptr) {
       converted_.resize(converter_->calculateOutputBufferSize(static_cast<std::uint32_t>(read_.size())));
     }
   }
@@ -101,24 +118,43 @@ class ChunkMover {
   /// Frames of the chunk that was read.
   std::uint32_t frames() const { return frames_; }
 
-  OSStatus convert() {
-    if (converter_ == nullptr) {
+  OSStatus treat() {
+    if (converter_ == nullptr && chain_ == nullptr) {
       return noErr;
     }
     auto produced = static_cast<std::uint32_t>(converted_.size());
-    const OSStatus status = converter_->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
-        read_.data(), size_, converted_.data(), &produced);
+    const OSStatus status = chain_ != nullptr ? chain_->process(read_.data(), size_, converted_.data(), &produced)
+                                              : converter_->convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(
+                                                    read_.data(), size_, converted_.data(), &produced);
     samples_ = converted_.data();
     size_ = produced;
     return status;
   }
 
+  /// At the end of the source: takes what a resampler still holds, until nothing is left to write.
+  OSStatus drain() {
+    auto produced = static_cast<std::uint32_t>(converted_.size());
+    OSStatus status = noErr;
+    if (chain_ != nullptr) {
+      status = chain_->drain(converted_.data(), &produced);
+    } else if (converter_ != nullptr) {
+      status = converter_->drainIntoBuffer_outputBufferSize(converted_.data(), &produced);
+    } else {
+      produced = 0;
+    }
+    samples_ = converted_.data();
+    size_ = produced;
+    return status;
+  }
+
+  bool hasBytesToWrite() const { return size_ > 0; }
   bool write() { return destination_.write_length(samples_, &size_); }
 
  private:
   OrvAudioFile& source_;
   OrvAudioFile& destination_;
   OrvAudioConverter* const converter_;
+  ProcessingChain* const chain_;
   const std::uint32_t bytesPerFrame_;
   const std::uint32_t framesPerChunk_;
   std::vector<char> read_;
@@ -150,9 +186,7 @@ class Export {
       return failure(status, request_.destinationPath + ": " + orv::describeStatus(status));
     }
     report(1.0);
-    Result result;
-    result.done = true;
-    return result;
+    return done();
   }
 
  private:
@@ -189,13 +223,10 @@ class Export {
 
   Result write(const std::string& path) {
     AudioFileTypeID type = wantedType();
-    const auto format = orv::losslessFormat(*source_->fileStreamFormat(), type);
-    std::shared_ptr<OrvAudioConverter> converter;
-    if (!format->isEqual(source_->fileStreamFormat())) {
-      converter = OrvAudioConverter::initWithSourceFormat_destinationFormat(source_->fileStreamFormat(), format);
-      if (!converter) {
-        return failure(kAudioFileUnsupportedDataFormatError);
-      }
+    const auto format = orv::losslessFormat(request_.format ? *request_.format : *source_->fileStreamFormat(), type);
+    Treatment treatment;
+    if (!prepare(&treatment, format)) {
+      return failure(kAudioFileUnsupportedDataFormatError);
     }
     const auto destination = OrvAudioFile::initWithPath_accessMode(path, OrvAudioFile::kModeWrite);
     destination->setFileStreamFormat(format);
@@ -203,15 +234,33 @@ class Export {
     if (!destination->open()) {
       return failure(request_.destinationPath, *destination);
     }
-    Result result = copyFrames(*destination, converter.get());
+    Result result = copyFrames(*destination, treatment);
     if (!destination->close() && result.done) {
       return failure(request_.destinationPath, *destination);
     }
     return result;
   }
 
-  Result copyFrames(OrvAudioFile& destination, OrvAudioConverter* converter) {
-    ChunkMover mover(*source_, destination, converter);
+  /// False when the formats can't be converted.
+  bool prepare(Treatment* treatment, const std::shared_ptr<OrvAudioStreamBasicDescription>& format) const {
+    if (request_.processor) {
+      request_.processor->reset();
+      treatment->chain = ProcessingChain::make(source_->fileStreamFormat(), format, request_.processor);
+      return treatment->chain != nullptr;
+    }
+    if (!format->isEqual(source_->fileStreamFormat())) {
+      treatment->converter =
+          OrvAudioConverter::initWithSourceFormat_destinationFormat(source_->fileStreamFormat(), format);
+      if (treatment->converter && format->sampleRate() != source_->sampleRate()) {
+        treatment->converter->setSampleRateConverterQuality(kAudioConverterQuality_Max);
+      }
+      return treatment->converter != nullptr;
+    }
+    return true;
+  }
+
+  Result copyFrames(OrvAudioFile& destination, const Treatment& treatment) {
+    ChunkMover mover(*source_, destination, treatment);
     for (std::uint64_t frame = request_.fromFrame; frame < request_.toFrame;) {
       if (request_.cancel != nullptr && request_.cancel->load(std::memory_order_relaxed)) {
         Result cancelled = failure(noErr, "cancelled");
@@ -224,8 +273,8 @@ class Export {
       if (mover.frames() == 0) {
         return failure(kEndOfFileStatus, request_.sourcePath + ": ends earlier than it says");
       }
-      if (const OSStatus status = mover.convert(); status != noErr) {
-        return failure(status);
+      if (const OSStatus status = mover.treat(); status != noErr) {
+        return failure(status, orv::describeProcessing(status));
       }
       if (!mover.write()) {
         return failure(request_.destinationPath, destination);
@@ -234,9 +283,21 @@ class Export {
       report(static_cast<double>(frame - request_.fromFrame) /
              static_cast<double>(request_.toFrame - request_.fromFrame));
     }
-    Result result;
-    result.done = true;
-    return result;
+    return writeRest(mover, destination);
+  }
+
+  Result writeRest(ChunkMover& mover, const OrvAudioFile& destination) const {
+    for (;;) {
+      if (const OSStatus status = mover.drain(); status != noErr) {
+        return failure(status);
+      }
+      if (!mover.hasBytesToWrite()) {
+        return done();
+      }
+      if (!mover.write()) {
+        return failure(request_.destinationPath, destination);
+      }
+    }
   }
 
   void report(double progress) const {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "OrvCoreAudio/OrvAudioFile.h"
+#include "OrvPlatform/Vector.h"
 #include "WithoutThrowing.h"
 
 namespace {
@@ -82,4 +83,25 @@ bool OrvAudioFileProcessor::copyFramesToPath_sourcePath_destinationPath_fromFram
     return copyFrames(dynamic_cast<OrvProgressDelegate*>(delegate.get()), *sourcePath, *destinationPath, fromFrame,
                       toFrame);
   });
+}
+
+void OrvAudioFileProcessor::swapBytes_wordLength_length(void* bytes, std::uint32_t wordLength, std::uint64_t length) {
+  if (wordLength == 0 || wordLength % 2 != 0) {
+    return;
+  }
+  const std::uint64_t words = length / wordLength;
+  switch (wordLength) {
+    case 2:
+      return orv::simd::swapBytes16(bytes, words);
+    case 4:
+      return orv::simd::swapBytes32(bytes, words);
+    case 8:
+      return orv::simd::swapBytes64(bytes, words);
+    default:
+      break;
+  }
+  auto* word = static_cast<char*>(bytes);
+  for (std::uint64_t i = 0; i < words; ++i, word += wordLength) {
+    std::reverse(word, word + wordLength);
+  }
 }

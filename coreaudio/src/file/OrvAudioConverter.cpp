@@ -3,29 +3,54 @@
 #include <cstdlib>
 
 #include "OrvPlatform/Log.h"
+#include "WithoutThrowing.h"
+
+namespace {
+
+AudioStreamBasicDescription recordOf(const OrvAudioStreamBasicDescription& format) {
+  const std::unique_ptr<AudioStreamBasicDescription, decltype(&std::free)> record(format.audioStreamBasicDescription(),
+                                                                                  &std::free);
+  return record ? *record : AudioStreamBasicDescription{};
+}
+
+}  // namespace
 
 std::shared_ptr<OrvAudioConverter> OrvAudioConverter::initWithSourceFormat_destinationFormat(
     std::shared_ptr<OrvAudioStreamBasicDescription> source,
     std::shared_ptr<OrvAudioStreamBasicDescription> destination) {
+  return initWithDelegate_sourceFormat_destinationFormat(nullptr, std::move(source), std::move(destination));
+}
+
+std::shared_ptr<OrvAudioConverter> OrvAudioConverter::initWithDelegate_sourceFormat_destinationFormat(
+    std::shared_ptr<OrvObject> delegate, std::shared_ptr<OrvAudioStreamBasicDescription> source,
+    std::shared_ptr<OrvAudioStreamBasicDescription> destination) {
   if (!source || !destination) {
     return nullptr;
   }
-  using Record = std::unique_ptr<AudioStreamBasicDescription, decltype(&std::free)>;
-  const Record sourceRecord(source->audioStreamBasicDescription(), &std::free);
-  const Record destinationRecord(destination->audioStreamBasicDescription(), &std::free);
-  std::shared_ptr<OrvAudioConverter> converter(new OrvAudioConverter);
-  if (AudioConverterNew(sourceRecord.get(), destinationRecord.get(), &converter->audioConverter) != noErr) {
-    return nullptr;
-  }
-  converter->mSourceFormat = std::move(source);
-  converter->mDestinationFormat = std::move(destination);
-  return converter;
+  return withoutThrowing("OrvAudioConverter", std::shared_ptr<OrvAudioConverter>(), [&] {
+    std::shared_ptr<OrvAudioConverter> converter(new OrvAudioConverter);
+    converter->mAUSourceFormat = recordOf(*source);
+    converter->mAUDestinationFormat = recordOf(*destination);
+    converter->setupGraph();
+    if (AudioConverterNew(&converter->mAUSourceFormat, &converter->mAUDestinationFormat, &converter->audioConverter) !=
+        noErr) {
+      return std::shared_ptr<OrvAudioConverter>();
+    }
+    converter->mSourceFormat = std::move(source);
+    converter->mDestinationFormat = std::move(destination);
+    converter->delegateToAsk_ = dynamic_cast<OrvAudioConverterDelegate*>(delegate.get());
+    converter->mDelegate = std::move(delegate);
+    return converter;
+  });
 }
 
 OrvAudioConverter::~OrvAudioConverter() {
   if (audioConverter != nullptr) {
     AudioConverterDispose(audioConverter);
   }
+  AUGraphStop(mGraph);
+  AUGraphClose(mGraph);
+  DisposeAUGraph(mGraph);
 }
 
 OSStatus OrvAudioConverter::convertBuffer_inputBufferSize_outputBuffer_outputBufferSize(const void* input,
@@ -81,11 +106,17 @@ std::uint32_t OrvAudioConverter::sampleRateConverterQuality() const {
 }
 
 void OrvAudioConverter::setSampleRateConverterQuality(std::uint32_t quality) {
+  setBufferQuality(quality);
+  AudioUnitSetProperty(mOutputUnit, kAudioUnitProperty_SampleRateConverterQuality, kAudioUnitScope_Global, 0, &quality,
+                       sizeof quality);
+}
+
+void OrvAudioConverter::setBufferQuality(std::uint32_t quality) {
   AudioConverterSetProperty(audioConverter, kAudioConverterSampleRateConverterQuality, sizeof quality, &quality);
 }
 
 void OrvAudioConverter::setMagicCookie_length(const void* /*cookie*/, std::uint32_t /*length*/) {
-  setSampleRateConverterQuality(0);
+  setBufferQuality(0);
 }
 
 void OrvAudioConverter::reset() {

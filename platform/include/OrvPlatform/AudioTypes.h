@@ -44,3 +44,25 @@ struct AudioStreamPacketDescription {
   std::uint32_t mVariableFramesInPacket;  ///< 0 where every packet holds the same number of frames
   std::uint32_t mDataByteSize;            ///< bytes in the packet
 };
+
+/// One block of samples: of one channel, or of several that are interleaved.
+struct AudioBuffer {
+  std::uint32_t mNumberChannels;  ///< interleaved in `mData`
+  std::uint32_t mDataByteSize;    ///< bytes in `mData`
+  void* mData;                    ///< owned by whoever made the list
+};
+
+/// As many buffers as `mNumberBuffers` says; those behind the first lie behind the record.
+struct AudioBufferList {
+  std::uint32_t mNumberBuffers;
+  AudioBuffer mBuffers[1];
+};
+
+/// A point in time, as a stream of audio counts it.
+struct AudioTimeStamp {
+  double mSampleTime;       ///< frames
+  std::uint64_t mHostTime;  ///< ticks of the host's clock
+  double mRateScalar;       ///< real frames per nominal frame
+  std::uint32_t mFlags;     ///< which fields are valid
+  std::uint32_t mReserved;  ///< 0
+};

@@ -33,3 +33,16 @@ ORV_API void widenRange(const float* samples, std::size_t frames, std::uint32_t 
                         float* maximum);
 
 }  // namespace orv::simd
+
+// Strides count samples. An output may be the very input it is made from; it must not overlap one otherwise. Samples
+// that do not lie side by side (stride other than 1) need a float's alignment. Real-time safe; thread-safe.
+extern "C" {
+
+/// sum[i] = first[i] + second[i] for `count` samples.
+ORV_API void vadd(const float* first, std::ptrdiff_t firstStride, const float* second, std::ptrdiff_t secondStride,
+                  float* sum, std::ptrdiff_t sumStride, std::size_t count);
+/// scaled[i] = samples[i] * *factor for `count` samples.
+ORV_API void vsmul(const float* samples, std::ptrdiff_t samplesStride, const float* factor, float* scaled,
+                   std::ptrdiff_t scaledStride, std::size_t count);
+
+}  // extern "C"

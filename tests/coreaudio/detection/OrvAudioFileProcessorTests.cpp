@@ -1,10 +1,13 @@
 #include <OrvCoreAudio/OrvAudioFile.h>
 #include <OrvCoreAudio/OrvAudioFileProcessor.h>
+#include <OrvCoreAudio/OrvSoftwareVolumeControl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <filesystem>
+#include <numbers>
 
 #include "coreaudio/support/Noise.h"
 #include "coreaudio/support/Recording.h"
@@ -288,4 +291,58 @@ TEST_F(Export, ProgressEndsAt1) {
   EXPECT_TRUE(std::is_sorted(delegate->values.begin(), delegate->values.end()));
   EXPECT_GT(delegate->values.size(), 4U);
   EXPECT_EQ(delegate->values.back(), 1.0F);
+}
+
+TEST_F(Export, AnotherFormatMayBeAskedFor) {
+  makeSource(400000);
+  for (const auto& format : {pcm(44100, 2, 24, 14), pcm(44100, 2, 32, 11), pcm(44100, 2, 32, 12)}) {
+    for (const char* name : {"k.aiff", "k.aifc", "k.wav"}) {
+      SCOPED_TRACE(format->debugDescription() + name);
+      request.format = format;
+      request.replaceExisting = true;
+      const auto result = run(name, 100, 99000);
+      ASSERT_TRUE(result.done) << result.problem;
+      const auto source = readIndependently(folder / "source.aiff");
+      const auto exported = readIndependently(folder / name);
+      ASSERT_TRUE(source && exported);
+      ASSERT_EQ(exported->frames, 98900);
+      EXPECT_TRUE(std::equal(exported->doubles.begin(), exported->doubles.end(), source->doubles.begin() + 200));
+    }
+  }
+}
+
+TEST_F(Export, AnotherRateKeepsEveryFrameToTheEnd) {
+  orv::test::writeRecording(folder / "source.aiff", pcm(44100, 2, 24, 14), {{2.5, 0.5}});
+  request.replaceExisting = true;
+  for (const double rate : {48000.0, 22050.0, 96000.0}) {
+    for (const bool isProcessed : {false, true}) {
+      SCOPED_TRACE(std::to_string(rate) + (isProcessed ? " processed" : ""));
+      request.format = pcm(rate, 2, 24, 14);
+      request.processor = isProcessed ? OrvSoftwareVolumeControl::init() : nullptr;
+      const auto result = run("l.wav", 0, 110250);
+      ASSERT_TRUE(result.done) << result.problem;
+      const auto exported = readIndependently(folder / "l.wav");
+      ASSERT_TRUE(exported);
+      EXPECT_EQ(exported->sampleRate, rate);
+      EXPECT_NEAR(static_cast<double>(exported->frames), 2.5 * rate, 1.0);
+      double worst = 0;
+      for (auto i = static_cast<std::size_t>(rate / 10); i < static_cast<std::size_t>(2.4 * rate); ++i) {
+        const double expected = 0.5 * std::sin(2 * std::numbers::pi * 1000.0 * static_cast<double>(i) / rate);
+        worst = std::max(worst, std::abs(exported->doubles[2 * i] - expected));
+      }
+      EXPECT_LT(worst, 1e-6);
+    }
+  }
+}
+
+TEST_F(Export, AFormatThatCannotBeMadeIsRefusedAndLeavesNothingBehind) {
+  makeSource(4000);
+  request.format = pcm(44100, 2, 16, 14);
+  request.format->setFormatID(orv::fourCC("ima4"));
+  testing::internal::CaptureStderr();  // where the converter's graph tells of formats it does not know
+  const auto result = run("m.aifc", 0, 100);
+  testing::internal::GetCapturedStderr();
+  EXPECT_FALSE(result.done);
+  EXPECT_EQ(result.status, kAudioFileUnsupportedDataFormatError);
+  EXPECT_EQ(filesInFolder(), 1U);
 }
