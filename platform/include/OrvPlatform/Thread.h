@@ -18,7 +18,13 @@ ORV_API std::thread startThread(const std::string& name, std::function<void()> b
 ORV_API double currentThreadPriority();
 
 /// Asks for a priority of the calling thread, clamped to 0.0 to 1.0. Best effort: where the system does not allow it
-/// the thread keeps the one it has. Lowering works everywhere, raising needs the right to do so.
+/// the thread keeps the one it has. Lowering works everywhere, raising needs the right to do so. Asking again for what
+/// was asked for last does nothing, and is real-time safe.
 ORV_API void setCurrentThreadPriority(double priority);
+
+/// Lets the calling thread go before all that are not real-time threads (SCHED_FIFO), or with the highest priority
+/// where the system does not allow that. Which of the two it was is told once in the log. Returns whether the thread is
+/// a real-time thread. It counts as one that has asked for the priority 1.0. Not real-time safe.
+ORV_API bool makeCurrentThreadRealTime();
 
 }  // namespace orv

@@ -1,0 +1,7 @@
+#include "OrvPlatform/Object.h"
+
+namespace orv {
+
+Object::~Object() = default;
+
+}  // namespace orv
