@@ -5,17 +5,22 @@ pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 # Builds what runs under the thread sanitizer and no more.
 add_custom_target(orv_concurrent_tests)
 
-# orv_add_tests(NAME SOURCES file… [LABELS label…])
+# orv_add_tests(NAME SOURCES file… [LABELS label…] [REAL_TIME])
 # One test program, its tests listed one by one in ctest, labelled "unit" unless labels are given. The label "concurrent"
-# marks what also runs under the thread sanitizer.
+# marks what also runs under the thread sanitizer. With REAL_TIME a test fails when a device's cycle does what real-time
+# code must not do.
 function(orv_add_tests name)
-  cmake_parse_arguments(arg "" "" "SOURCES;LABELS" ${ARGN})
+  cmake_parse_arguments(arg "REAL_TIME" "" "SOURCES;LABELS" ${ARGN})
   if(NOT arg_LABELS)
     set(arg_LABELS unit)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE
     orv_compile_options orv_static orv_test_support GTest::gtest_main)
+  if(arg_REAL_TIME)
+    target_link_libraries(${name} PRIVATE orv_real_time_interposer)
+    set_target_properties(${name} PROPERTIES ENABLE_EXPORTS ON)  # names in its reports
+  endif()
   if(concurrent IN_LIST arg_LABELS)
     add_dependencies(orv_concurrent_tests ${name})
   endif()
