@@ -50,7 +50,7 @@ Bytes tailOf(const char* path, const Bytes& file) {
   std::unique_ptr<audiofile::Container> container;
   require(fileManager()->open(path, FileAccess::read, &handle) == noErr, "the file is there");
   audiofile::HeaderReader reader(*handle);
-  require(openContainer(reader, audiofile::Walk::wholeFile, &container) == noErr, "the container opens");
+  require(openContainer(reader, path, audiofile::Walk::wholeFile, &container) == noErr, "the container opens");
   const auto at = [&](std::int64_t offset) { return file.begin() + static_cast<std::ptrdiff_t>(offset); };
   return {at(container->layout().tailStart), at(container->layout().tailEnd)};
 }

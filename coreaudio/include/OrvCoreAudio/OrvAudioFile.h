@@ -46,10 +46,11 @@ class ORV_API OrvAudioFile : public OrvObject {
   std::optional<std::string> name() const { return fileName; }
   /// The platform's handle; meaningful while the file is open, owned by this object.
   AudioFileID audioFileID() const { return audioFileID_; }
-  /// Moves the file and points the object at the new path. Not for a file that is open. `handler` (may be null) is told
-  /// when it fails. False, and nothing changed, when the destination exists.
+  /// Moves the file, with the companion that belongs to it, and points the object at the new path. Not for a file that
+  /// is open. `handler` (may be null) is told when it fails. False, and nothing changed, when the destination exists.
   bool moveToPath_handler(const std::string& newPath, orv::FileManagerHandler* handler);
-  /// Copies the file; the object keeps its path. False when the destination exists.
+  /// Copies the file, with its companion; the object keeps its path. False, and nothing changed, when the destination
+  /// exists.
   bool copyToPath_handler(const std::string& newPath, orv::FileManagerHandler* handler);
 
   /// @name Mode and format

@@ -17,6 +17,7 @@ constexpr std::uint32_t kPacked = kAudioFormatFlagIsPacked;
 std::uint32_t integerFlags(AudioFileTypeID type, std::uint32_t bits, std::uint32_t sourceFlags) {
   switch (type) {
     case kAudioFileAIFFType:
+    case kAudioFileSoundDesigner2Type:
       return kSigned | kBigEndian | kPacked;
     case kAudioFileWAVEType:
       return bits <= 8 ? kPacked : kSigned | kPacked;
@@ -37,6 +38,9 @@ AudioFileTypeID fileTypeForPath(const std::string& path) {
   if (extension == ".aifc") {
     return kAudioFileAIFCType;
   }
+  if (extension == ".sd2") {
+    return kAudioFileSoundDesigner2Type;
+  }
   return extension == ".wav" || extension == ".wave" ? kAudioFileWAVEType : 0;
 }
 
@@ -47,6 +51,10 @@ std::shared_ptr<OrvAudioStreamBasicDescription> losslessFormat(const OrvAudioStr
   auto format = OrvAudioStreamBasicDescription::initWithAudioStreamBasicDescription(record.get());
   if (!source.isFloat()) {
     format->setFormatFlags(integerFlags(type, source.bitsPerChannel(), source.formatFlags()));
+    if (type == kAudioFileSoundDesigner2Type && source.channelsPerFrame() > 0) {
+      // It knows whole bytes only. Samples are left-justified, so that they stay the same.
+      format->setBitsPerChannel(8 * (source.bytesPerFrame() / source.channelsPerFrame()));
+    }
     return format;
   }
   if (type == kAudioFileAIFFType) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "OrvPlatform/AudioFileMoves.h"
 #include "OrvPlatform/Log.h"
 #include "file/OrvReadAheadCache.h"
 #include "file/OrvWriteBehindCache.h"
@@ -64,7 +65,7 @@ void OrvAudioFile::updatePath(std::optional<std::string> path) {
 }
 
 bool OrvAudioFile::moveToPath_handler(const std::string& newPath, orv::FileManagerHandler* handler) {
-  const OSStatus status = orv::fileManager()->move(*originalFilePath, newPath);
+  const OSStatus status = orv::moveAudioFile(*originalFilePath, newPath);
   if (status != noErr) {
     remember(status);
     if (handler != nullptr) {
@@ -77,7 +78,7 @@ bool OrvAudioFile::moveToPath_handler(const std::string& newPath, orv::FileManag
 }
 
 bool OrvAudioFile::copyToPath_handler(const std::string& newPath, orv::FileManagerHandler* handler) {
-  const OSStatus status = orv::fileManager()->copy(*originalFilePath, newPath);
+  const OSStatus status = orv::copyAudioFile(*originalFilePath, newPath);
   if (status == noErr) {
     return true;
   }

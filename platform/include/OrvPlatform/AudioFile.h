@@ -9,7 +9,7 @@
 #include "OrvPlatform/FileSystem.h"
 #include "OrvPlatform/Status.h"
 
-/// The audio file service: byte-exact access to the audio data of AIFF, AIFC and WAVE files.
+/// The audio file service: byte-exact access to the audio data of AIFF, AIFC, WAVE and Sound Designer II files.
 ///
 ///   AudioFileOpen / AudioFileCreate … ──► orv::AudioFileService ──► orv::AudioFileSession (one open file)
 ///
@@ -20,6 +20,12 @@
 /// A file that is opened for update keeps every chunk that is not the service's own, before and behind the sound data.
 /// While it grows, its header follows at least once a second and after `AudioFileUpdateSizes`, so that a process that
 /// is killed leaves a file that opens.
+///
+/// Files of other programs (FLAC, Ogg, MP3, CAF, W64, AU, compressed AIFC and WAVE) are opened for reading and decoded:
+/// their bytes are those of linear PCM in the host's byte order.
+///
+/// A Sound Designer II file is nothing but audio. Its format is in the companion `._NAME` in the same folder, which is
+/// made with the file and stays as it is; to move both, see `OrvPlatform/AudioFileMoves.h`.
 
 using AudioFileTypeID = FourCharCode;
 
@@ -27,6 +33,16 @@ inline constexpr AudioFileTypeID kAudioFileAIFFType = orv::fourCC("AIFF");
 inline constexpr AudioFileTypeID kAudioFileAIFCType = orv::fourCC("AIFC");
 inline constexpr AudioFileTypeID kAudioFileWAVEType = orv::fourCC("WAVE");
 inline constexpr AudioFileTypeID kAudioFileSoundDesigner2Type = orv::fourCC("Sd2f");
+
+/// Types that are only read, and only where the library was built with libsndfile: see `docs/formats.md`.
+inline constexpr AudioFileTypeID kAudioFileFLACType = orv::fourCC("FLAC");
+inline constexpr AudioFileTypeID kAudioFileOggType = orv::fourCC("Oggf");
+inline constexpr AudioFileTypeID kAudioFileMP1Type = orv::fourCC("MPG1");
+inline constexpr AudioFileTypeID kAudioFileMP2Type = orv::fourCC("MPG2");
+inline constexpr AudioFileTypeID kAudioFileMP3Type = orv::fourCC("MPG3");
+inline constexpr AudioFileTypeID kAudioFileCAFType = orv::fourCC("caff");
+inline constexpr AudioFileTypeID kAudioFileWave64Type = orv::fourCC("W64f");
+inline constexpr AudioFileTypeID kAudioFileNextType = orv::fourCC("NeXT");  ///< AU
 
 inline constexpr OSStatus kAudioFileUnspecifiedError = orv::statusCC("wht?");
 inline constexpr OSStatus kAudioFileUnsupportedFileTypeError = orv::statusCC("typ?");
@@ -105,7 +121,7 @@ class ORV_API AudioFileService {
   virtual OSStatus create(const std::string& path, AudioFileTypeID type, const AudioStreamBasicDescription& format,
                           std::unique_ptr<AudioFileSession>* session) = 0;
   /// Empties the existing file `path` and makes it what `create` makes. The format is checked before the file is
-  /// touched.
+  /// touched, and so is whether a companion can be written.
   virtual OSStatus initialize(const std::string& path, AudioFileTypeID type, const AudioStreamBasicDescription& format,
                               std::unique_ptr<AudioFileSession>* session) = 0;
   /// Opens `path` for reading, or for reading and writing in place.
@@ -137,7 +153,8 @@ ORV_API OSStatus AudioFileCreate(const FSRef* directory, const char* name, Audio
 /// Empties an existing file and gives it a new header. `flags` must be 0.
 ORV_API OSStatus AudioFileInitialize(const FSRef* fileRef, AudioFileTypeID type,
                                      const AudioStreamBasicDescription* format, std::uint32_t flags, AudioFileID* file);
-/// `permissions`: `kFileReadPermission` or `kFileReadWritePermission`. `typeHint` is not needed: the content decides.
+/// `permissions`: `kFileReadPermission` or `kFileReadWritePermission`. `typeHint` is not needed: the content decides,
+/// and for Sound Designer II the companion.
 ORV_API OSStatus AudioFileOpen(const FSRef* fileRef, std::int8_t permissions, AudioFileTypeID typeHint,
                                AudioFileID* file);
 ORV_API OSStatus AudioFileClose(AudioFileID file);

@@ -43,7 +43,7 @@ OSStatus refuseFile(AudioFileTypeID type, const char* problem) {
 OSStatus refuseCompression(FourCharCode code) {
   const std::string name(aifcCompressionName(code));
   return refuse(kAudioFileUnsupportedDataFormatError,
-                formatText("AIFC: compression '%s'%s%s%s can't be read, only plain samples", fourCCText(code).c_str(),
+                formatText("AIFC: compression '%s'%s%s%s can't be read", fourCCText(code).c_str(),
                            name.empty() ? "" : " (", name.c_str(), name.empty() ? "" : ")"));
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "OrvPlatform/AudioFile.h"
+#include "OrvPlatform/FileManager.h"
+#include "audiofile/Container.h"
 #include "audiofile/SoundDataWriter.h"
 
 namespace orv::audiofile {
@@ -21,6 +23,9 @@ class BuiltInService final : public AudioFileService {
   OSStatus open(const std::string& path, bool forUpdate, std::unique_ptr<AudioFileSession>* session) override;
 
  private:
+  OSStatus make(const std::string& path, FileAccess access, const NewFile& content,
+                std::unique_ptr<AudioFileSession>* session);
+
   const Clock clock_;
 };
 

@@ -2,6 +2,8 @@
 
 #include "OrvPlatform/Log.h"
 #include "audiofile/AIFFContainer.h"
+#include "audiofile/SD2Companion.h"
+#include "audiofile/SD2Container.h"
 #include "audiofile/WAVEContainer.h"
 
 namespace orv::audiofile {
@@ -19,12 +21,10 @@ Patch Patch::number(std::int64_t offset, std::uint32_t length, ByteOrder order, 
   return patch;
 }
 
-OSStatus openContainer(HeaderReader& reader, Walk walk, std::unique_ptr<Container>* container) {
+OSStatus openContainer(HeaderReader& reader, const std::string& path, Walk walk,
+                       std::unique_ptr<Container>* container) {
   if (reader.status() != noErr) {
     return refuse(reader.status(), describeStatus(reader.status()));
-  }
-  if (reader.fileSize() == 0) {
-    return refuse(kAudioFileUnsupportedFileTypeError, "the file is empty");
   }
   const auto head = reader.head();
   if (head.size() >= kFormHeaderBytes) {
@@ -37,19 +37,30 @@ OSStatus openContainer(HeaderReader& reader, Walk walk, std::unique_ptr<Containe
       return WAVEContainer::open(reader, walk, container);
     }
   }
+  // Audio alone may look like anything, so this comes before other ways to tell what the bytes are.
+  PCMFormat format;
+  const OSStatus companion = readSD2Companion(path, &format);
+  if (companion == noErr) {
+    *container = std::make_unique<SD2Container>(format, reader.fileSize());
+    return noErr;
+  }
+  if (SD2Container::isName(path)) {
+    return companion;
+  }
+  if (reader.fileSize() == 0) {
+    return refuse(kAudioFileUnsupportedFileTypeError, "the file is empty");
+  }
   return refuse(kAudioFileUnsupportedFileTypeError, "not an AIFF, AIFC or WAVE file");
 }
 
-OSStatus makeHeader(AudioFileTypeID type, const AudioStreamBasicDescription& format,
-                    std::vector<std::uint8_t>* header) {
+OSStatus makeNewFile(AudioFileTypeID type, const AudioStreamBasicDescription& format, NewFile* file) {
   PCMFormat pcm;
   switch (type) {
     case kAudioFileAIFFType:
     case kAudioFileAIFCType:
     case kAudioFileWAVEType:
-      break;
     case kAudioFileSoundDesigner2Type:
-      return refuse(kAudioFileUnsupportedFileTypeError, "Sound Designer II files can't be made");
+      break;
     default:
       return refuse(kAudioFileUnsupportedFileTypeError,
                     formatText("files of type '%s' can't be made", fourCCText(type).c_str()));
@@ -57,7 +68,10 @@ OSStatus makeHeader(AudioFileTypeID type, const AudioStreamBasicDescription& for
   if (const OSStatus status = interpret(format, &pcm); status != noErr) {
     return status;
   }
-  return type == kAudioFileWAVEType ? makeWAVEHeader(pcm, header) : makeAIFFHeader(type, pcm, header);
+  if (type == kAudioFileSoundDesigner2Type) {
+    return makeSD2Companion(pcm, &file->companion);
+  }
+  return type == kAudioFileWAVEType ? makeWAVEHeader(pcm, &file->header) : makeAIFFHeader(type, pcm, &file->header);
 }
 
 }  // namespace orv::audiofile

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "OrvPlatform/AudioFile.h"
@@ -27,9 +28,10 @@ struct Layout {
   std::int64_t tailEnd = 0;    ///< `tailStart` when nothing is kept
   std::int64_t formEnd = 0;    ///< end of the outermost chunk, from `tailStart` to `tailEnd`
   std::int64_t fileEnd = 0;    ///< length of the file; beyond `tailEnd` where an abandoned filler ends it
+  bool isChunk = true;         ///< false where the file is nothing but audio: nothing can follow, not even a pad byte
 
   /// Where the chunk behind a sound chunk begins that ends at `end`: behind the pad byte that makes its size even.
-  std::int64_t nextChunk(std::int64_t end) const { return end + ((end - soundBody) & 1); }
+  std::int64_t nextChunk(std::int64_t end) const { return isChunk ? end + ((end - soundBody) & 1) : end; }
 };
 
 /// What a header says about the sizes in its file. Offsets as in `Layout`.
@@ -62,7 +64,7 @@ class Container {
   /// Whether the header can say these sizes.
   virtual bool canSay(const Sizes& sizes) const = 0;
   /// What makes the header say these sizes, in an order that leaves a readable file wherever it is interrupted. Offsets
-  /// are those of the file when it was opened.
+  /// are those of the file when it was opened. Empty where nothing in the file says its sizes.
   virtual std::vector<Patch> sizePatches(const Sizes& sizes) const = 0;
 
   const AudioStreamBasicDescription& format() const { return format_; }
@@ -79,11 +81,18 @@ enum class Walk {
   wholeFile,   ///< all chunks: what updating needs to keep them
 };
 
-/// Finds out the container by the file's first bytes and reads its header. A refusal sets the problem line.
-OSStatus openContainer(HeaderReader& reader, Walk walk, std::unique_ptr<Container>* container);
+/// Finds out the container of the file at `path` by its first bytes, then by its companion and its name, and reads its
+/// header. A refusal sets the problem line.
+OSStatus openContainer(HeaderReader& reader, const std::string& path, Walk walk, std::unique_ptr<Container>* container);
 
-/// The bytes of a header without audio for a new file. `kAudioFileUnsupportedDataFormatError` when the container can't
-/// hold the format, `kAudioFileUnsupportedFileTypeError` when there is no such container; sets the problem line.
-OSStatus makeHeader(AudioFileTypeID type, const AudioStreamBasicDescription& format, std::vector<std::uint8_t>* header);
+/// What a new file without audio consists of.
+struct NewFile {
+  std::vector<std::uint8_t> header;
+  std::vector<std::uint8_t> companion;  ///< empty where the container has none
+};
+
+/// `kAudioFileUnsupportedDataFormatError` when the container can't hold the format,
+/// `kAudioFileUnsupportedFileTypeError` when there is no such container; sets the problem line.
+OSStatus makeNewFile(AudioFileTypeID type, const AudioStreamBasicDescription& format, NewFile* file);
 
 }  // namespace orv::audiofile

@@ -14,12 +14,12 @@ OSStatus refuseClosed() {
 
 }  // namespace
 
-OSStatus FileSession::open(std::unique_ptr<FileHandle> file, Purpose purpose, Clock clock,
+OSStatus FileSession::open(std::unique_ptr<FileHandle> file, const std::string& path, Purpose purpose, Clock clock,
                            std::unique_ptr<AudioFileSession>* session) {
   HeaderReader reader(*file);
   std::unique_ptr<Container> container;
   const Walk walk = purpose == Purpose::updating ? Walk::wholeFile : Walk::toTheSound;
-  if (const OSStatus status = openContainer(reader, walk, &container); status != noErr) {
+  if (const OSStatus status = openContainer(reader, path, walk, &container); status != noErr) {
     return status;
   }
   std::unique_ptr<FileSession> opened(new FileSession(std::move(file), std::move(container)));

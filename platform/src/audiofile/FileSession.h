@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "OrvPlatform/AudioFile.h"
 #include "OrvPlatform/FileManager.h"
@@ -17,8 +18,8 @@ enum class Purpose { reading, updating };
 /// An open file of any of our containers.
 class FileSession final : public AudioFileSession {
  public:
-  /// Reads the header of `file`. A refusal sets the problem line.
-  static OSStatus open(std::unique_ptr<FileHandle> file, Purpose purpose, Clock clock,
+  /// Reads the header of `file`, which lies at `path`. A refusal sets the problem line.
+  static OSStatus open(std::unique_ptr<FileHandle> file, const std::string& path, Purpose purpose, Clock clock,
                        std::unique_ptr<AudioFileSession>* session);
 
   AudioFileTypeID fileType() const override { return container_->type(); }

@@ -29,6 +29,9 @@ OSStatus HeaderUpdater::write(const Sizes& sizes, std::int64_t tailShift) {
 }
 
 OSStatus HeaderUpdater::writeAtOnce(const std::vector<Patch>& patches) {
+  if (patches.empty()) {
+    return noErr;
+  }
   std::int64_t first = patches.front().offset;
   std::int64_t end = first;
   for (const Patch& patch : patches) {

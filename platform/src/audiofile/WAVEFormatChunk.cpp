@@ -58,7 +58,7 @@ const char* nameOfTag(std::uint32_t tag) {
 
 OSStatus refuseCoding(std::uint32_t tag) {
   return refuse(kAudioFileUnsupportedDataFormatError,
-                formatText("WAVE: coding 0x%04X%s can't be read, only plain samples", tag, nameOfTag(tag)));
+                formatText("WAVE: coding 0x%04X%s can't be read", tag, nameOfTag(tag)));
 }
 
 bool isExtensible(const PCMFormat& format) {

@@ -31,7 +31,8 @@ class Storing {
     for (int i = 0; i < kStores; ++i) {
       const std::uint32_t frames = 1 + random_() % 64;
       if (i % 50 == 49) {
-        next_ = std::max<std::int64_t>(next_ - static_cast<std::int64_t>(random_() % 200), 0);
+        // By one frame at least: storing on from the end is no going back.
+        next_ = std::max<std::int64_t>(next_ - 1 - static_cast<std::int64_t>(random_() % 199), 0);
         ++round_;
       } else if (i % 70 == 69) {
         next_ += static_cast<std::int64_t>(random_() % 300);

@@ -13,7 +13,7 @@ class HeaderUpdaterTest : public ::testing::Test {
     files_->put("f", form("AIFF", commonChunk(2, 10, 16) + soundChunk(audioBytes(40))));
     ASSERT_EQ(fileManager()->open("f", FileAccess::readWrite, &file_), noErr);
     audiofile::HeaderReader reader(*file_);
-    ASSERT_EQ(audiofile::openContainer(reader, audiofile::Walk::wholeFile, &container_), noErr);
+    ASSERT_EQ(audiofile::openContainer(reader, "f", audiofile::Walk::wholeFile, &container_), noErr);
     updater_ = std::make_unique<audiofile::HeaderUpdater>(*file_, *container_, reader.head());
   }
 
