@@ -7,11 +7,12 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=${ORV_JOBS:-$(nproc)}
 
 # What a build needs, and what each further use adds to it. Debian package names.
-build_packages=(build-essential cmake ninja-build pkg-config libsoxr-dev libhwy-dev libcli11-dev nlohmann-json3-dev)
-test_packages=(libgtest-dev libsndfile1-dev sndfile-programs sox ffmpeg librsvg2-bin cuetools)
+build_packages=(build-essential cmake ninja-build pkg-config libsoxr-dev libhwy-dev libcli11-dev nlohmann-json3-dev
+  libsndfile1-dev)
+test_packages=(libgtest-dev libglib2.0-dev sndfile-programs sox ffmpeg librsvg2-bin cuetools)
 clang_packages=(clang libclang-rt-14-dev)
 lint_packages=(clang-format clang-tidy shellcheck git)
-bench_packages=(libsndfile1-dev libswresample-dev libavcodec-dev sox ffmpeg)
+bench_packages=(libjack-jackd2-dev libswresample-dev libavcodec-dev sox ffmpeg)
 accuracy_packages=(asc-music planetblupi-music-ogg singularity-music warzone2100-music wesnoth-1.16-music
   sonic-pi-samples espeak-ng mp3splt)
 demo_packages=(asc-music ffmpeg sox)
