@@ -41,7 +41,7 @@ void RatioTable::addRates(const std::string& what, double ours, double peer, dou
 
 void RatioTable::addLimit(const std::string& what, double ours, double peer, double most, const std::string& unit) {
   const auto value = [&](double number) { return text("%.1f ", number) + unit; };
-  rows_.push_back({what, value(ours), peer > 0 ? value(peer) : "", peer > 0 ? text("%.2f", ours / peer) : "",
+  rows_.push_back({what, value(ours), peer != 0 ? value(peer) : "", peer > 0 ? text("%.2f", ours / peer) : "",
                    text("<= %.0f ", most) + unit, verdict(ours <= most)});
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,8 +13,8 @@
 #include "OrvCoreAudio/OrvProgress.h"
 #include "OrvPlatform/AudioFile.h"
 
-/// Turns ranges of a recording into files, and processes them in place. Class operations only, synchronous on the
-/// caller's thread. Frames count from 0; the end frame is the one behind the last. A delegate that is an
+/// Turns ranges of a recording into files, and processes them in place. Class operations only, synchronous for the
+/// caller. Frames count from 0; the end frame is the one behind the last. A delegate that is an
 /// `OrvProgressDelegate` is told of the progress; others, and null, are not.
 class ORV_API OrvAudioFileProcessor {
  public:
@@ -28,7 +29,7 @@ class ORV_API OrvAudioFileProcessor {
     /// Type of the new file. Where its container can't hold the source's samples as they are, they are converted
     /// without loss: byte order, signedness; 'AIFF' becomes 'AIFC' for float samples. 0: by the extension of the
     /// destination
-    /// (.aif .aiff .aifc .wav .wave), else the source's type.
+    /// (.aif .aiff .aifc .wav .wave .sd2), else the source's type.
     AudioFileTypeID fileType = 0;
     bool replaceExisting = false;                 ///< without it a destination that exists is refused
     const std::atomic<bool>* cancel = nullptr;    ///< looked at between chunks; must outlive the call
@@ -40,6 +41,11 @@ class ORV_API OrvAudioFileProcessor {
     /// follow from the type of the file. The rate is converted in the best quality, and the end of the resampled
     /// stream is kept. Null: the source's format.
     std::shared_ptr<OrvAudioStreamBasicDescription> format = nullptr;
+    /// Whether an empty range makes a file without frames; otherwise it is refused.
+    bool mayBeEmpty = false;
+    /// Called when the file is complete, with the temporary name that it still has: what else belongs into it can be
+    /// added. The answer is the problem that ends the export, in one line; empty: there is none. May be empty.
+    std::function<std::string(const std::string& path)> finish = nullptr;
   };
 
   /// How an export ended. `problem` is one line for the person who uses the program; empty when it was done.
@@ -50,8 +56,9 @@ class ORV_API OrvAudioFileProcessor {
     std::string problem;
   };
 
-  /// Makes a new file of a range, of any length. The destination appears under its name only when it is complete; a run
-  /// that fails or is cancelled leaves nothing behind, and an existing destination as it was.
+  /// Makes a new file of a range, of any length; reading, treating and writing go on at the same time, on threads of
+  /// their own but for the treatment, which stays on the caller's. The destination appears under its name only when it
+  /// is complete; a run that fails or is cancelled leaves nothing behind, and an existing destination as it was.
   static ExportResult exportFrames(const ExportRequest& request);
 
   /// Copies a range byte for byte into a new file of the source's format, in chunks of 512 KiB. An existing destination

@@ -109,6 +109,9 @@ class ORV_API OrvAudioFileTrackInfoReaderWriter : public OrvObject {
   bool readTrackInfosFromFile();
   /// Of the last operation of these four; empty when it did its work.
   std::string lastProblem() const { return _lastProblem; }
+  /// Whether the last of them that read failed because nothing is stored at all: neither damaged tracks, nor those of a
+  /// later version, nor a file that can't be read.
+  bool isNothingStored() const { return _isNothingStored; }
 
   /// Not retained. Asked when it is an `OrvTrackInfoVersionDelegate`.
   void setDelegate(const std::shared_ptr<OrvObject>& delegate) { _delegate = delegate; }
@@ -155,7 +158,7 @@ class ORV_API OrvAudioFileTrackInfoReaderWriter : public OrvObject {
   bool adopt(const orv::ArchiveValue& object);
   bool canBeFoundAgain(orv::FileHandle& file);
   bool writePlannedChunk(const ChunkPlan& plan, const ChunkChain& chain, orv::FileHandle& file);
-  std::string problemOfScan() const;
+  std::string problemOfScan();
   bool refuse(std::string problem);
 
   std::shared_ptr<OrvAudioFile> _audioFile;
@@ -170,4 +173,5 @@ class ORV_API OrvAudioFileTrackInfoReaderWriter : public OrvObject {
   std::shared_ptr<OrvTrackAndProcessingInfo> infoData;
   std::weak_ptr<OrvObject> _delegate;
   std::string _lastProblem;
+  bool _isNothingStored = false;
 };

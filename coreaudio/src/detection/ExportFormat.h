@@ -12,7 +12,8 @@ namespace orv {
 AudioFileTypeID fileTypeForPath(const std::string& path);
 
 /// What a file of `type` is to hold so that no sample of `source` is lost: the same bits, in the byte order and sign
-/// that the container has. A plain AIFF can't hold float samples: `type` then becomes 'AIFC'.
+/// that the container has. A plain AIFF can't hold float samples: `type` then becomes 'AIFC'. 'Sd2f' can't either, and
+/// no other type is one of its kind: making the file is then refused.
 std::shared_ptr<OrvAudioStreamBasicDescription> losslessFormat(const OrvAudioStreamBasicDescription& source,
                                                                AudioFileTypeID& type);
 

@@ -236,14 +236,14 @@ bool OrvAudioFileTrackInfoReaderWriter::writePlannedChunk(const ChunkPlan& plan,
   return status == noErr || refuse(orv::describeStatus(status));
 }
 
-std::string OrvAudioFileTrackInfoReaderWriter::problemOfScan() const {
+std::string OrvAudioFileTrackInfoReaderWriter::problemOfScan() {
   const auto later = std::find_if(m_applicationChunks.begin(), m_applicationChunks.end(),
                                   [](const auto& chunk) { return chunk.version > applicationchunk::kVersion; });
   if (later != m_applicationChunks.end()) {
     return "the tracks were stored by a later version (" + std::to_string(later->version) + ") and can't be read";
   }
-  const bool isAnyThere = m_applicationChunks.front().fileOffset != 0;
-  return isAnyThere ? "the stored tracks are damaged" : "the file holds no tracks";
+  _isNothingStored = m_applicationChunks.front().fileOffset == 0;
+  return !_isNothingStored ? "the stored tracks are damaged" : "the file holds no tracks";
 }
 
 std::optional<orv::ArchiveBytes> OrvAudioFileTrackInfoReaderWriter::readDataFromFile(orv::FileHandle& file) {
@@ -273,6 +273,7 @@ std::optional<orv::ArchiveBytes> OrvAudioFileTrackInfoReaderWriter::readDataFrom
 
 bool OrvAudioFileTrackInfoReaderWriter::readInternally() {
   _lastProblem.clear();
+  _isNothingStored = false;
   std::unique_ptr<orv::FileHandle> file;
   const OSStatus status = orv::fileManager()->open(_audioFilePath, orv::FileAccess::read, &file);
   if (status != noErr) {
@@ -289,6 +290,7 @@ bool OrvAudioFileTrackInfoReaderWriter::readInternally() {
 
 bool OrvAudioFileTrackInfoReaderWriter::readExternally() {
   _lastProblem.clear();
+  _isNothingStored = !orv::fileManager()->exists(_audioTracksFilePath);
   std::string problem;
   const auto object = orv::unarchiveFromFile(_audioTracksFilePath, makers(), &problem);
   return object ? adopt(*object) : refuse(_audioTracksFilePath + ": " + problem);

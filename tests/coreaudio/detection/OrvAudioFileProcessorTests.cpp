@@ -335,6 +335,39 @@ TEST_F(Export, AnotherRateKeepsEveryFrameToTheEnd) {
   }
 }
 
+TEST_F(Export, AnEmptyRangeMakesAFileWithoutFramesWhereThatIsWelcome) {
+  makeSource(4000);
+  request.mayBeEmpty = true;
+  request.format = pcm(48000, 2, 24, 14);
+  const auto result = run("n.aiff", 10, 10);
+  ASSERT_TRUE(result.done) << result.problem;
+  EXPECT_EQ(readIndependently(folder / "n.aiff")->frames, 0);
+  EXPECT_FALSE(run("o.aiff", 20, 10).done);
+  EXPECT_EQ(filesInFolder(), 2U);
+}
+
+TEST_F(Export, TheLastStepIsGivenTheCompleteFileBeforeItAppears) {
+  makeSource(4000);
+  std::int64_t frames = 0;
+  request.finish = [&](const std::string& path) {
+    EXPECT_FALSE(std::filesystem::exists(folder / "p.aiff"));
+    frames = readIndependently(path)->frames;
+    return std::string();
+  };
+  ASSERT_TRUE(run("p.aiff", 0, 1000).done);
+  EXPECT_EQ(frames, 1000);
+  expectSameSamples("p.aiff", 0, 1000);
+}
+
+TEST_F(Export, ALastStepThatFailsLeavesNothingBehind) {
+  makeSource(4000);
+  request.finish = [](const std::string&) { return std::string("no room"); };
+  const auto result = run("q.aiff", 0, 1000);
+  EXPECT_FALSE(result.done);
+  EXPECT_EQ(result.problem, "no room");
+  EXPECT_EQ(filesInFolder(), 1U);
+}
+
 TEST_F(Export, AFormatThatCannotBeMadeIsRefusedAndLeavesNothingBehind) {
   makeSource(4000);
   request.format = pcm(44100, 2, 16, 14);

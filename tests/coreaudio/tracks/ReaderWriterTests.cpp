@@ -245,6 +245,20 @@ TEST_F(TracksInFile, AFileThatIsMissingIsTold) {
   EXPECT_FALSE(files_->exists("missing.aiff"));
 }
 
+TEST_F(TracksInFile, ThatAreMissingAreToldApartFromThoseThatCannotBeRead) {
+  const auto isNothingStored = [](const std::string& path) {
+    const auto reader = inFile(path);
+    EXPECT_FALSE(reader->loadTracks());
+    return reader->isNothingStored();
+  };
+  EXPECT_TRUE(isNothingStored("take.aiff"));
+  EXPECT_FALSE(isNothingStored("missing.aiff"));
+  files_->put("take.aiff", aiff(commonChunk(2, 100, 16) + soundChunk(shortAudio()) + ownChunk(3, Bytes(100, 1))));
+  EXPECT_FALSE(isNothingStored("take.aiff"));
+  files_->put("take.aiff", aiff(commonChunk(2, 100, 16) + soundChunk(shortAudio()) + ownChunk(2, Bytes(100, 1))));
+  EXPECT_FALSE(isNothingStored("take.aiff"));
+}
+
 TEST_F(TracksInFile, WhatWasReadBeforeCountsForReadingButNotForLoading) {
   ASSERT_TRUE(storeName("take.aiff", "One"));
   const auto reader = inFile("take.aiff");

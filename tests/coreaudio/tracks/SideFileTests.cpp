@@ -75,6 +75,15 @@ TEST_F(SideFile, ThatIsMissingADirectoryEmptyOrATextIsRefusedWithOneLine) {
   EXPECT_EQ(writer->lastProblem().rfind(side_, 0), 0U);
 }
 
+TEST_F(SideFile, ThatIsMissingIsToldApartFromOneThatCannotBeRead) {
+  const auto reader = beside();
+  EXPECT_FALSE(reader->loadTracks());
+  EXPECT_TRUE(reader->isNothingStored());
+  writeWholeFile(side_, "1. Intro 00:00\n");
+  EXPECT_FALSE(reader->loadTracks());
+  EXPECT_FALSE(reader->isNothingStored());
+}
+
 TEST_F(SideFile, WithAnotherObjectInItIsRefused) {
   ASSERT_TRUE(archiveToFile("a text", ArchiveForm::sequential, side_, nullptr));
   const auto reader = beside();
