@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "CompanionFuzzing.h"
+#include "DevicesSeeds.h"
 #include "MemoryFiles.h"
 #include "OrvPlatform/AudioFile.h"
 #include "TrackSeeds.h"
@@ -117,5 +119,7 @@ int main(int argc, char** argv) {
     wave.add(file, 0x80, false);
   }
   orv::fuzz::makeTrackSeeds(directory);
+  orv::fuzz::makeCompanionSeeds(directory);
+  orv::fuzz::makeDevicesSeeds(directory);
   return 0;
 }

@@ -32,17 +32,21 @@ class ScriptedHardware : public AudioHardware {
 
   /// One cycle on the calling thread; nothing when the device is stopped.
   void cycle() {
-    HardwareCycleSink* const sink = sink_;
-    if (sink == nullptr) {
-      return;
-    }
     output.fill(99.0F);
-    AudioBufferList in{1, {{kChannels, sizeof input, input.data()}}};
+    const AudioBufferList in{1, {{kChannels, sizeof input, input.data()}}};
     AudioBufferList out{1, {{kChannels, sizeof output, output.data()}}};
+    cycle(in, out);
+  }
+  void cycle(const AudioBufferList& in, AudioBufferList& out) {
     HardwareCycle made{};
+    made.now.mSampleTime = 1000;
+    made.inputTime.mSampleTime = 900;
+    made.outputTime.mSampleTime = 1100;
     made.input = &in;
     made.output = &out;
-    sink->cycle(made);
+    if (HardwareCycleSink* const sink = sink_) {
+      sink->cycle(made);
+    }
   }
 
   void setEvents(HardwareEvents* events) override { events_ = events; }

@@ -33,7 +33,7 @@ enum class VirtualClock {
 
 struct VirtualHardwareOptions {
   VirtualClock clock = VirtualClock::realTime;
-  double acceleration = 1.0;  ///< for `accelerated`: seconds of audio a second, above 0
+  double acceleration = 1.0;  ///< for `accelerated`: seconds of audio a second, 0.001 to 1000000
 };
 
 /// A group of channels with formats in common.
@@ -127,9 +127,11 @@ struct VirtualFault {
   std::uint32_t times = 1;                                            ///< how often, 0: until `clearFaults`
 };
 
-/// The backend. Every operation is thread-safe, and none may be called from a cycle, except `step` and what says so.
+/// The backend. Every operation is thread-safe. None is real-time safe unless it says so; where one is called from a
+/// cycle all the same, it does not wait for that cycle: what it ends then ends with it.
 class ORV_API VirtualHardware : public AudioHardware {
  public:
+  ~VirtualHardware() override;
   static std::shared_ptr<VirtualHardware> make(const VirtualHardwareOptions& options = {});
   /// With the three default devices, the first of them being the default one.
   static std::shared_ptr<VirtualHardware> makeDefaultSet(const VirtualHardwareOptions& options = {});
@@ -147,8 +149,9 @@ class ORV_API VirtualHardware : public AudioHardware {
   virtual AudioDeviceID swap(AudioDeviceID device, const VirtualDevice& with, std::string* problem = nullptr) = 0;
   virtual AudioDeviceID deviceForUID(const std::string& uid) = 0;
 
-  /// By hand: makes `cycles` cycles of every device that runs, device by device in the order of plugging, on the
-  /// calling thread, which counts as their I/O thread meanwhile. Returns how many cycles there were in all.
+  /// By hand: makes `cycles` cycles of every device that runs, one of each in the order of plugging and then the next
+  /// one of each, on the calling thread, which counts as their I/O thread meanwhile. Returns how many cycles there were
+  /// in all; none when it is called from a cycle.
   virtual std::size_t step(std::size_t cycles = 1) = 0;
   /// By hand: of this device only.
   virtual std::size_t stepDevice(AudioDeviceID device, std::size_t cycles = 1) = 0;

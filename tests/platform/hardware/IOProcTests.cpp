@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "OrvPlatform/AudioHardware.h"
-#include "ScriptedHardware.h"
+#include "support/ScriptedHardware.h"
 #include "support/LogCapture.h"
 #include "support/RealTimeInterposer.h"
 

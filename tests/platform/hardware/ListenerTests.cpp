@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "OrvPlatform/AudioHardware.h"
-#include "ScriptedHardware.h"
+#include "support/ScriptedHardware.h"
 
 namespace {
 

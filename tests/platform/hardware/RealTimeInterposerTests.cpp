@@ -9,7 +9,7 @@
 
 #include "OrvPlatform/AudioHardware.h"
 #include "OrvPlatform/RunLoop.h"
-#include "ScriptedHardware.h"
+#include "support/ScriptedHardware.h"
 
 namespace {
 
