@@ -18,18 +18,18 @@ class ORV_API OrvAudioDeviceStreamDefaults {
 
   /// The format of `channel` (0: the device as a whole); null or all zeros where it can't be read.
   virtual std::shared_ptr<OrvAudioStreamBasicDescription> actualStreamFormat_isInput(std::uint32_t channel,
-                                                                                     bool isInput) = 0;
+                                                                                     bool isInput) const = 0;
 
-  double sampleRate(bool isInput);  ///< Hz
-  std::uint32_t formatID(bool isInput);
-  std::string formatIDName(bool isInput);
-  std::uint32_t formatFlags(bool isInput);
-  std::uint32_t bytesPerPacket(bool isInput);
-  std::uint32_t framesPerPacket(bool isInput);
-  std::uint32_t bytesPerFrame(bool isInput);
-  std::uint32_t channelsPerFrame(bool isInput);
-  std::uint32_t bitsPerChannel(bool isInput);
+  double sampleRate(bool isInput) const;  ///< Hz
+  std::uint32_t formatID(bool isInput) const;
+  std::string formatIDName(bool isInput) const;
+  std::uint32_t formatFlags(bool isInput) const;
+  std::uint32_t bytesPerPacket(bool isInput) const;
+  std::uint32_t framesPerPacket(bool isInput) const;
+  std::uint32_t bytesPerFrame(bool isInput) const;
+  std::uint32_t channelsPerFrame(bool isInput) const;
+  std::uint32_t bitsPerChannel(bool isInput) const;
 
  private:
-  std::shared_ptr<OrvAudioStreamBasicDescription> defaultFormat(bool isInput);
+  std::shared_ptr<OrvAudioStreamBasicDescription> defaultFormat(bool isInput) const;
 };

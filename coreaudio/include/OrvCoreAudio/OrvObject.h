@@ -4,11 +4,12 @@
 #include <string>
 
 #include "OrvPlatform/Export.h"
+#include "OrvPlatform/Object.h"
 
 /// The polymorphic root of the framework's classes: what "any object" means.
-class ORV_API OrvObject {
+class ORV_API OrvObject : public orv::Object {
  public:
-  virtual ~OrvObject();
+  ~OrvObject() override;
 
   /// Whether `other` stands for the same thing. Of objects without a rule of their own only the very same one does;
   /// null never does.

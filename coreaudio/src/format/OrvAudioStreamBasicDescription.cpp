@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <iterator>
 
 #include "OrvCoreAudio/OrvAudioDeviceUtils.h"
 #include "OrvPlatform/Log.h"
+#include "format/HeapCopy.h"
 
 using orv::formatText;
 
@@ -112,11 +111,7 @@ std::shared_ptr<OrvAudioStreamBasicDescription> OrvAudioStreamBasicDescription::
 }
 
 AudioStreamBasicDescription* OrvAudioStreamBasicDescription::audioStreamBasicDescription() const {
-  void* const block = std::malloc(sizeof record_);
-  if (block != nullptr) {
-    std::memcpy(block, &record_, sizeof record_);
-  }
-  return static_cast<AudioStreamBasicDescription*>(block);
+  return heapCopy(record_);
 }
 
 std::string OrvAudioStreamBasicDescription::formatIDName() const {

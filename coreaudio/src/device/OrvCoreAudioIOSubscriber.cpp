@@ -1,0 +1,3 @@
+#include "OrvCoreAudio/OrvCoreAudioIOSubscriber.h"
+
+OrvCoreAudioIOSubscriber::~OrvCoreAudioIOSubscriber() = default;
