@@ -27,6 +27,9 @@ class OrvBadInput : public testing::Test {
     }
     expectFailure(runOrv({"export", path, "--from", "0", "--to", "1", "--output", scratch_ / "out.aiff"}),
                   {path, reason});
+    expectFailure(runOrv({"tracks", path, "--add", "A:0:1"}), {path, reason});
+    expectFailure(runOrv({"process", path, "--from", "0", "--to", "1", "--gain-db", "-6", "--backup"}), {path, reason});
+    expectFailure(runOrv({"convert", path, scratch_ / "out.wav"}), {path, reason});
     EXPECT_EQ(entriesOf(scratch_.path()), before);
   }
 

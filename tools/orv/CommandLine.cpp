@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "Failure.h"
+#include "HardwareOptions.h"
 #include "Interruption.h"
 #include "OrvPlatform/Log.h"
 #include "Text.h"
@@ -35,8 +36,8 @@ int perform(const Action& action) {
   try {
     action();
     return 0;
-  } catch (const Cancelled&) {
-    printProblem("cancelled");
+  } catch (const Cancelled& stop) {
+    printProblem(stop.what());
     return kStopped;
   } catch (const std::bad_alloc&) {
     printProblem("out of memory");
@@ -62,7 +63,8 @@ void print(const std::string& text) {
 }
 
 int runCommandLine(int argc, char** argv) {
-  CLI::App program("Looks into audio recordings and cuts them into tracks.", "orv");
+  CLI::App program(
+      "Looks into audio recordings, cuts them into tracks, and converts them; lists and meters audio devices.", "orv");
   program.footer(
       "Each subcommand has a --help of its own, with an example.\n"
       "Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage, 130 stopped.");
@@ -72,10 +74,18 @@ int runCommandLine(int argc, char** argv) {
   bool verbose = false;
   program.add_flag("--verbose", verbose, "Show on standard error what the framework logs");
 
+  const auto hardware = addHardwareOptions(program);
+
   Action action;
   addInfoCommand(program, &action);
   addSplitCommand(program, &action);
+  addTracksCommand(program, &action);
   addExportCommand(program, &action);
+  addProcessCommand(program, &action);
+  addConvertCommand(program, &action);
+  addCheckCommand(program, &action);
+  addDevicesCommand(program, hardware, &action);
+  addMeterCommand(program, hardware, &action);
   try {
     program.parse(argc, argv);
     if (!action) {

@@ -31,9 +31,13 @@ class BarDelegate : public OrvObject, public OrvProgressDelegate {
 
 }  // namespace
 
+std::shared_ptr<OrvObject> progressDelegateOf(ProgressBar& bar) {
+  return std::make_shared<BarDelegate>(bar);
+}
+
 void runExport(OrvAudioFileProcessor::ExportRequest request, const std::string& subject, ProgressBar& progress) {
   request.cancel = &interruption();
-  request.progressDelegate = std::make_shared<BarDelegate>(progress);
+  request.progressDelegate = progressDelegateOf(progress);
   const OrvAudioFileProcessor::ExportResult result = OrvAudioFileProcessor::exportFrames(request);
   if (result.cancelled) {
     throw Cancelled();

@@ -16,10 +16,11 @@ class Failure : public std::runtime_error {
 /// The same for what the system refused: the problem is the words for `error`, an `errno` value.
 Failure systemFailure(const std::string& subject, int error);
 
-/// Ends the run with status 130: the person asked for it.
-class Cancelled : public std::exception {
+/// Ends the run with status 130: the person asked for it. `what()` says so, and what was done by then, if anything was.
+class Cancelled : public std::runtime_error {
  public:
-  const char* what() const noexcept override { return "cancelled"; }
+  Cancelled() : std::runtime_error("cancelled") {}
+  explicit Cancelled(const std::string& whatWasDone) : std::runtime_error("cancelled; " + whatWasDone) {}
 };
 
 }  // namespace orv::cli

@@ -64,8 +64,15 @@ JsonWriter& JsonWriter::value(std::int64_t number) {
 JsonWriter& JsonWriter::value(double number) {
   return put(std::isfinite(number) ? exactNumber(number) : "null");
 }
+JsonWriter& JsonWriter::value(float number) {
+  return put(std::isfinite(number) ? exactNumber(number) : "null");
+}
 JsonWriter& JsonWriter::value(bool truth) {
   return put(truth ? "true" : "false");
+}
+
+JsonWriter& JsonWriter::null() {
+  return put("null");
 }
 
 JsonWriter& JsonWriter::put(std::string_view token) {
@@ -95,7 +102,7 @@ JsonWriter& JsonWriter::close(char bracket) {
 void JsonWriter::separate() {
   if (!afterKey_ && depth_ > 0) {
     if (!first_) {
-      text_ += ',';
+      text_ += layout_ == Layout::oneLine ? ", " : ",";
     }
     newLine();
   }
@@ -104,6 +111,9 @@ void JsonWriter::separate() {
 }
 
 void JsonWriter::newLine() {
+  if (layout_ == Layout::oneLine) {
+    return;
+  }
   text_ += '\n';
   text_.append(2 * static_cast<std::size_t>(depth_), ' ');
 }

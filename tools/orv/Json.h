@@ -6,9 +6,12 @@
 
 namespace orv::cli {
 
-/// Builds one JSON text, step by step and indented. Strings may hold anything: what is not UTF-8 is replaced.
+/// Builds one JSON text, step by step. Strings may hold anything: what is not UTF-8 is replaced.
 class JsonWriter {
  public:
+  enum class Layout { indented, oneLine };
+  explicit JsonWriter(Layout layout = Layout::indented) : layout_(layout) {}
+
   JsonWriter& beginObject();
   JsonWriter& endObject();
   JsonWriter& beginArray();
@@ -24,7 +27,9 @@ class JsonWriter {
   JsonWriter& value(std::int64_t number);
   /// Reads back as exactly this number; `null` where JSON has no way to write it.
   JsonWriter& value(double number);
+  JsonWriter& value(float number);
   JsonWriter& value(bool truth);
+  JsonWriter& null();
 
   const std::string& text() const { return text_; }
 
@@ -35,6 +40,7 @@ class JsonWriter {
   void separate();
   void newLine();
 
+  const Layout layout_;
   std::string text_;
   int depth_ = 0;
   bool first_ = true;      // nothing yet in the innermost object or array

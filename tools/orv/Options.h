@@ -15,8 +15,8 @@ Number numberOf(const std::string& name, const std::string& text, Number least, 
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
   if (!whole || !(number >= least && number <= most)) {
-    throw CLI::ValidationError(name,
-                               "'" + text + "' is no number from " + exactNumber(least) + " to " + exactNumber(most));
+    throw CLI::ValidationError(name, "'" + text + "' is no number from " + exactNumber(static_cast<double>(least)) +
+                                         " to " + exactNumber(static_cast<double>(most)));
   }
   return number;
 }

@@ -6,7 +6,6 @@
 #include "OrvPlatform/Status.h"
 
 namespace orv::cli {
-namespace {
 
 // Opening a pipe would wait for somebody to write into it, and a device may never end.
 void refuseWhatIsNoFile(const std::string& path) {
@@ -23,8 +22,6 @@ void refuseWhatIsNoFile(const std::string& path) {
   }
 }
 
-}  // namespace
-
 SourceFile openSource(const std::string& path) {
   refuseWhatIsNoFile(path);
   SourceFile source;
@@ -39,6 +36,13 @@ SourceFile openSource(const std::string& path) {
   source.lengthInBytes = source.file->lengthInBytes();
   source.lengthInFrames = source.lengthInBytes / source.file->bytesPerFrame();
   return source;
+}
+
+void refuseWhatCannotBeConverted(const SourceFile& source) {
+  constexpr std::uint32_t leastBits = 8;
+  if (source.file->bitsPerChannel() < leastBits) {
+    throw Failure(source.path, "has samples of fewer than 8 bits, which can't be converted");
+  }
 }
 
 std::string problemOf(const OrvAudioFile& file) {

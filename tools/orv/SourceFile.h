@@ -18,8 +18,14 @@ struct SourceFile {
   double seconds(std::uint64_t frames) const { return static_cast<double>(frames) / file->sampleRate(); }
 };
 
+/// Throws `Failure` where `path` does not lead to a file.
+void refuseWhatIsNoFile(const std::string& path);
+
 /// Throws `Failure` where there is nothing to be read.
 SourceFile openSource(const std::string& path);
+
+/// Throws `Failure` where the samples can't be converted into others.
+void refuseWhatCannotBeConverted(const SourceFile& source);
 
 /// What the framework said about its last failure on `file`.
 std::string problemOf(const OrvAudioFile& file);

@@ -15,6 +15,7 @@
 #include "ProgressBar.h"
 #include "SourceFile.h"
 #include "SplitReport.h"
+#include "StoredTracks.h"
 #include "SvgWriter.h"
 #include "Text.h"
 #include "TrackFiles.h"
@@ -30,6 +31,7 @@ struct SplitOptions {
   std::shared_ptr<const DetectionMethod> method;
   std::optional<std::string> exportDirectory;
   std::optional<std::string> picturePath;
+  std::optional<TrackStore> store;
   const ReportFormat* format = nullptr;
   std::optional<std::string> outputPath;  // nothing: standard output
   bool force = false;
@@ -81,13 +83,24 @@ SplitReport reportOn(const SplitOptions& options, const SourceFile& source, Dete
   report.detection = std::move(detection);
   report.exportDirectory = options.exportDirectory;
   report.picturePath = options.picturePath;
+  report.storedIn = options.store ? nameOf(*options.store) : "";
   report.withDoubtful = !options.quiet;
   return report;
 }
 
+// The tracks that are stored already, to be replaced by those that will be found.
+std::optional<StoredTracks> storeFor(const SplitOptions& options, const SourceFile& source) {
+  if (!options.store) {
+    return std::nullopt;
+  }
+  StoredTracks stored = StoredTracks::load(source, options.store);
+  stored.checkStore();
+  return stored;
+}
+
 // Everything is made under temporary names before the first file gets its own. Answers the text of the report.
 std::string writeFiles(const SplitOptions& options, const SourceFile& source, SplitReport* report,
-                       ProgressBar& progress) {
+                       std::optional<StoredTracks>& stored, ProgressBar& progress) {
   std::optional<TrackFiles> files;
   std::optional<StagedText> picture;
   std::optional<StagedText> output;
@@ -106,6 +119,10 @@ std::string writeFiles(const SplitOptions& options, const SourceFile& source, Sp
     output.emplace(*options.outputPath, text);
   }
   stopIfInterrupted();
+  if (stored) {
+    stored->setTracks(report->detection.tracks);
+    stored->save();
+  }
   if (files) {
     files->commit();
   }
@@ -121,9 +138,10 @@ std::string writeFiles(const SplitOptions& options, const SourceFile& source, Sp
 void split(const SplitOptions& options) {
   const SourceFile source = openSource(options.path);
   checkDestinations(options);
+  std::optional<StoredTracks> stored = storeFor(options, source);
   ProgressBar progress(options.quiet ? std::nullopt : ProgressBar::standardError());
   SplitReport report = reportOn(options, source, detect(options, source, progress));
-  const std::string text = writeFiles(options, source, &report, progress);
+  const std::string text = writeFiles(options, source, &report, stored, progress);
   progress.clear();
   printNotes(options, report.detection.notes);
   if (options.format->losses != nullptr) {
@@ -175,7 +193,7 @@ constexpr const char* kHelpFooter =
     "or not at all: a run that fails or is stopped leaves no file behind, and files that were there as they were.\n"
     "Example:\n"
     "  orv split side-a.aiff --export tracks --picture side-a.svg\n"
-    "  orv split side-a.aiff --tracks 5 --min-track 1:00\n"
+    "  orv split side-a.aiff --tracks 5 --min-track 1:00 --store internal\n"
     "  orv split side-a.aiff --durations 3:28,3:54,2:47 --trim --cut middle\n"
     "  orv split side-a.aiff --durations side-a.cue --export tracks\n"
     "  orv split side-a.aiff --sensitivity 70 --format labels --output side-a.txt\n"
@@ -194,6 +212,9 @@ void addSplitCommand(CLI::App& program, Action* action) {
   command->add_option("--export", options->exportDirectory, "Write one file for each track; DIR is made if missing")
       ->type_name("DIR");
   command->add_option("--picture", options->picturePath, "Draw the recording and its cuts (SVG)")->type_name("OUT");
+  addTrackStore(*command, &options->store,
+                "Store the tracks in the recording (internal; AIFF and AIFC only) or in a\n"
+                "side file beside it (external), in the place of those stored there");
   addFormat(*command, options.get());
   command->add_flag("--force", options->force, "Replace files that exist");
   command->add_flag("--quiet", options->quiet, "No progress bar, no notes, no doubtful places");

@@ -21,6 +21,7 @@ struct SplitReport {
   std::optional<std::string> exportDirectory;
   std::vector<std::string> exported;  ///< paths
   std::optional<std::string> picturePath;
+  std::string storedIn;      ///< "internal", "external", or empty: the tracks were not stored
   bool withDoubtful = true;  ///< also places that were not cut, where the form is for people
 };
 

@@ -77,6 +77,10 @@ class TableReport {
     if (report_.exportDirectory) {
       text += "Exported " + counted(report_.exported.size()) + " to " + printable(*report_.exportDirectory) + "\n";
     }
+    if (!report_.storedIn.empty()) {
+      text += "Stored " + counted(found_.tracks.size()) +
+              (report_.storedIn == "internal" ? " in the recording\n" : " beside the recording\n");
+    }
     if (report_.picturePath) {
       text += "Drawn in " + printable(*report_.picturePath) + "\n";
     }

@@ -64,6 +64,13 @@ std::string replacing(std::string_view text, bool (*keeps)(char32_t)) {
   return result;
 }
 
+template <typename Number>
+std::string shortestDecimals(Number value) {
+  std::array<char, 32> text{};
+  const auto result = std::to_chars(text.data(), text.data() + text.size(), value);
+  return {text.data(), result.ptr};
+}
+
 }  // namespace
 
 std::string validUtf8(std::string_view text) {
@@ -104,9 +111,11 @@ std::string_view clipped(std::string_view text, std::size_t bytes) {
 }
 
 std::string exactNumber(double value) {
-  std::array<char, 32> text{};
-  const auto result = std::to_chars(text.data(), text.data() + text.size(), value);
-  return {text.data(), result.ptr};
+  return shortestDecimals(value);
+}
+
+std::string exactNumber(float value) {
+  return shortestDecimals(value);
 }
 
 }  // namespace orv::cli

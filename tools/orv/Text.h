@@ -24,5 +24,6 @@ std::string_view clipped(std::string_view text, std::size_t bytes);
 
 /// The shortest decimal form that reads back as exactly the same number.
 std::string exactNumber(double value);
+std::string exactNumber(float value);
 
 }  // namespace orv::cli
