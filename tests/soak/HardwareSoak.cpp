@@ -230,7 +230,9 @@ int main(int argc, char** argv) {
   orv::setLogSink([](std::string_view) {});  // thousands of overloads
 
   const auto hardware = orv::VirtualHardware::make({.clock = orv::VirtualClock::asFastAsItGoes});
-  const AudioDeviceID steady = hardware->plug(orv::virtualStereoInterface());
+  orv::VirtualDevice interface = orv::virtualStereoInterface();
+  interface.bufferFrameSize = 2048;  // more audio in the same time
+  const AudioDeviceID steady = hardware->plug(interface);
   orv::installAudioHardware(hardware);
   OrvAudioDevice::initialize();
   const auto observation = orv::NotificationCenter::defaultCenter().addObserver(

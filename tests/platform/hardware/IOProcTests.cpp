@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "OrvPlatform/AudioHardware.h"
-#include "support/ScriptedHardware.h"
 #include "support/LogCapture.h"
 #include "support/RealTimeInterposer.h"
+#include "support/ScriptedHardware.h"
 
 namespace {
 

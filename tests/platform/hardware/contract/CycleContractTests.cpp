@@ -1,4 +1,5 @@
 #include <cmath>
+#include <thread>
 
 #include "HardwareContract.h"
 
@@ -44,6 +45,20 @@ OSStatus proc(AudioDeviceID device, const AudioTimeStamp* now, const AudioBuffer
   if (cycles.stopsItself) {
     AudioDeviceStop(device, &proc, clientData);
   }
+  return noErr;
+}
+
+/// Whether a proc may still be called, and how often it was when it may not.
+struct Guard {
+  std::atomic<bool> mayBeCalled{true};
+  std::atomic<int> late{0};
+};
+
+OSStatus guardedProc(AudioDeviceID /*device*/, const AudioTimeStamp* /*now*/, const AudioBufferList* /*input*/,
+                     const AudioTimeStamp* /*inputTime*/, AudioBufferList* /*output*/,
+                     const AudioTimeStamp* /*outputTime*/, void* clientData) {
+  auto& guard = *static_cast<Guard*>(clientData);
+  guard.late += guard.mayBeCalled ? 0 : 1;
   return noErr;
 }
 
@@ -159,6 +174,20 @@ TEST_P(HardwareContract, ADeviceThatIsPulledOutWhileItRunsMakesNoMoreCyclesAndCa
   EXPECT_EQ(cycles.count, before);
   EXPECT_EQ(AudioDeviceStop(device, &proc, &cycles), noErr);
   EXPECT_EQ(AudioDeviceRemoveIOProc(device, &proc, &cycles), noErr);
+}
+
+TEST_P(HardwareContract, AProcThatIsRemovedWhileItsDeviceIsPulledOutIsNotCalledAgain) {
+  for (int round = 0; round < 30; ++round) {
+    const AudioDeviceID device = backend->plugIn();
+    Guard guard;
+    ASSERT_EQ(AudioDeviceAddIOProc(device, &guardedProc, &guard), noErr);
+    ASSERT_EQ(AudioDeviceStart(device, &guardedProc, &guard), noErr);
+    std::thread pull([&] { backend->pullOut(device); });
+    EXPECT_EQ(AudioDeviceRemoveIOProc(device, &guardedProc, &guard), noErr);
+    guard.mayBeCalled = false;
+    pull.join();
+    EXPECT_EQ(guard.late, 0);
+  }
 }
 
 TEST_P(HardwareContract, ABufferFrameSizeThatIsSetWhileRunningTakesEffect) {
