@@ -207,12 +207,12 @@ class ORV_API OrvAudioDevice final : public OrvObject,
   void setDelegate(const std::shared_ptr<OrvObject>& delegate);
   std::shared_ptr<OrvObject> delegate() const;
   /// Pass a notification on to the delegate. The host calls these, from its observers; the framework never does.
-  void inputStreamFormatDidChange(const orv::Notification& notification);
-  void outputStreamFormatDidChange(const orv::Notification& notification);
-  void inputDataSourceDidChange(const orv::Notification& notification);
-  void outputDataSourceDidChange(const orv::Notification& notification);
-  void inputVolumeDidChange(const orv::Notification& notification);
-  void outputVolumeDidChange(const orv::Notification& notification);
+  void inputStreamFormatDidChange(const orv::Notification& notification) const;
+  void outputStreamFormatDidChange(const orv::Notification& notification) const;
+  void inputDataSourceDidChange(const orv::Notification& notification) const;
+  void outputDataSourceDidChange(const orv::Notification& notification) const;
+  void inputVolumeDidChange(const orv::Notification& notification) const;
+  void outputVolumeDidChange(const orv::Notification& notification) const;
 
  private:
   explicit OrvAudioDevice(AudioDeviceID deviceID);

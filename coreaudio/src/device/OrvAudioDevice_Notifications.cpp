@@ -144,42 +144,42 @@ std::shared_ptr<OrvObject> OrvAudioDevice::delegate() const {
   return _delegate;
 }
 
-void OrvAudioDevice::inputStreamFormatDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::inputStreamFormatDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvInputStreamFormatDelegate*>(object.get())) {
     told->inputStreamFormatDidChange(notification);
   }
 }
 
-void OrvAudioDevice::outputStreamFormatDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::outputStreamFormatDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvOutputStreamFormatDelegate*>(object.get())) {
     told->outputStreamFormatDidChange(notification);
   }
 }
 
-void OrvAudioDevice::inputDataSourceDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::inputDataSourceDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvInputDataSourceDelegate*>(object.get())) {
     told->inputDataSourceDidChange(notification);
   }
 }
 
-void OrvAudioDevice::outputDataSourceDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::outputDataSourceDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvOutputDataSourceDelegate*>(object.get())) {
     told->outputDataSourceDidChange(notification);
   }
 }
 
-void OrvAudioDevice::inputVolumeDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::inputVolumeDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvInputVolumeDelegate*>(object.get())) {
     told->inputVolumeDidChange(notification);
   }
 }
 
-void OrvAudioDevice::outputVolumeDidChange(const orv::Notification& notification) {
+void OrvAudioDevice::outputVolumeDidChange(const orv::Notification& notification) const {
   const auto object = delegate();
   if (auto* const told = dynamic_cast<OrvOutputVolumeDelegate*>(object.get())) {
     told->outputVolumeDidChange(notification);
