@@ -18,6 +18,7 @@ namespace orv {
 /// Posting threads, real-time ones among them, put them into a ring of fixed size without a lock. A thread of the
 /// queue's own, which sleeps until the ring is half full, moves them on into a list that grows: so nothing is lost,
 /// however long the loop's thread is away, and calls of high rate are left out long before.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what different threads write lies apart
 class LoopQueue {
  public:
   LoopQueue();
