@@ -58,6 +58,7 @@ int pollTimeout(Clock::time_point deadline) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the queue brings it
 class RunLoop::State {
  public:
   State() {

@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <system_error>
 
 #include "OrvPlatform/Log.h"
@@ -85,7 +84,8 @@ bool makeCurrentThreadRealTime() {
     if (error == 0) {
       log("audio runs on real-time threads");
     } else {
-      logf("audio runs without real-time priority, which the system refuses: %s", std::strerror(error));
+      logf("audio runs without real-time priority, which the system refuses: %s",
+           std::generic_category().message(error).c_str());
     }
   }
   return error == 0;

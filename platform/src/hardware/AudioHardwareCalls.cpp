@@ -114,6 +114,7 @@ OSStatus endFromCycle(AudioDeviceID device, AudioDeviceIOProc proc, void* client
   call.numbers[0] = device;
   call.numbers[1] = reinterpret_cast<std::uintptr_t>(proc);
   call.perform = [](const orv::LoopCall& handed) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a function came as a number
     const auto handedProc = reinterpret_cast<AudioDeviceIOProc>(static_cast<std::uintptr_t>(handed.numbers[1]));
     guarded("AudioDeviceStop",
             [&] { return Now(static_cast<AudioDeviceID>(handed.numbers[0]), handedProc, handed.receiver.get()); });

@@ -28,7 +28,7 @@ class Answer {
       if (*size_ < size) {
         return kAudioHardwareBadPropertySizeError;
       }
-      if (size > 0) {
+      if (size > 0 && data_ != nullptr) {
         std::memcpy(data_, source, count);
       }
     }
@@ -56,7 +56,7 @@ class Answer {
   template <typename T>
   bool passedIn(T* value) const {
     static_assert(std::is_trivially_copyable_v<T>);
-    if (isSizeOnly_ || *size_ < sizeof(T)) {
+    if (isSizeOnly_ || data_ == nullptr || *size_ < sizeof(T)) {
       return false;
     }
     std::memcpy(value, data_, sizeof(T));

@@ -16,8 +16,8 @@ namespace orv::virtualhardware {
 /// Everything that the cycles of a device work with. Prepared by the thread that changes something, taken over by the
 /// I/O thread between two cycles, and given back to be destroyed.
 struct CyclePlan {
-  CyclePlan(std::vector<std::uint32_t> inputStreams, std::vector<std::uint32_t> outputStreams, std::uint32_t frameCount,
-            double sampleRate)
+  CyclePlan(const std::vector<std::uint32_t>& inputStreams, const std::vector<std::uint32_t>& outputStreams,
+            std::uint32_t frameCount, double sampleRate)
       : frames(frameCount), rate(sampleRate), input(inputStreams, frameCount), output(outputStreams, frameCount) {}
 
   const std::uint32_t frames;

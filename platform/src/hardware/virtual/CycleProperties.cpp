@@ -91,7 +91,7 @@ OSStatus readBufferSizeRange(const Place& at, Answer& to) {
 }
 
 OSStatus writeBufferSize(const Write& to) {
-  const std::uint32_t bytes = to.value<std::uint32_t>();
+  const auto bytes = to.value<std::uint32_t>();
   const std::uint32_t frame = bytesPerFrame(to.section);
   return bytes % frame == 0 ? changeFrames(to.device, bytes / frame, to.changes) : kAudioHardwareIllegalOperationError;
 }

@@ -109,11 +109,11 @@ Problem badStreams(const VirtualSection& section, const VirtualDevice& device, s
 Problem badControls(const VirtualSection& section, std::uint32_t channels) {
   std::set<std::uint32_t> seen;
   for (const VirtualControl& control : section.controls) {
-    const Problem problem = Check()
-                                .look([&] { return outside("controls: channel", control.channel, 0, channels); })
-                                .look([&] { return outside("controls: volume", control.volume, 0, 1); })
-                                .require(seen.insert(control.channel).second, "controls: a channel has two")
-                                .problem();
+    Problem problem = Check()
+                          .look([&] { return outside("controls: channel", control.channel, 0, channels); })
+                          .look([&] { return outside("controls: volume", control.volume, 0, 1); })
+                          .require(seen.insert(control.channel).second, "controls: a channel has two")
+                          .problem();
     if (!problem.empty()) {
       return problem;
     }
@@ -124,11 +124,11 @@ Problem badControls(const VirtualSection& section, std::uint32_t channels) {
 Problem badSources(const VirtualSection& section) {
   std::set<std::uint32_t> seen;
   for (const VirtualDataSource& source : section.dataSources) {
-    const Problem problem = Check()
-                                .require(source.id != 0, "dataSources: an ID is 0")
-                                .require(seen.insert(source.id).second, "dataSources: two have the same ID")
-                                .look([&] { return badText("dataSources: name", source.name.value_or("")); })
-                                .problem();
+    Problem problem = Check()
+                          .require(source.id != 0, "dataSources: an ID is 0")
+                          .require(seen.insert(source.id).second, "dataSources: two have the same ID")
+                          .look([&] { return badText("dataSources: name", source.name.value_or("")); })
+                          .problem();
     if (!problem.empty()) {
       return problem;
     }
@@ -138,7 +138,8 @@ Problem badSources(const VirtualSection& section) {
 }
 
 Problem badStereo(const VirtualSection& section, std::uint32_t channels) {
-  const auto& [left, right] = section.preferredStereo;
+  const auto& left = section.preferredStereo[0];
+  const auto& right = section.preferredStereo[1];
   if (left.has_value() != right.has_value()) {
     return "preferredStereo: one of the two channels is missing";
   }
