@@ -19,6 +19,7 @@ std::string wantedHardware(const HardwareOptions& options) {
   if (!options.hardware.empty()) {
     return options.hardware;
   }
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody sets variables here
   const char* const environment = std::getenv("ORV_HARDWARE");
   return environment != nullptr && *environment != '\0' ? environment : kAuto;
 }

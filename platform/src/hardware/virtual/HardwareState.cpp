@@ -47,7 +47,7 @@ std::vector<std::shared_ptr<Device>> HardwareState::devices() const {
   return devices;
 }
 
-void HardwareState::add(std::shared_ptr<Device> device) {
+void HardwareState::add(const std::shared_ptr<Device>& device) {
   entries_.push_back({device->id(), device->firstStream(), device->streams(), device});
 }
 

@@ -23,7 +23,7 @@ class HardwareState {
   std::vector<std::shared_ptr<Device>> devices() const;
   std::size_t count() const { return entries_.size(); }
 
-  void add(std::shared_ptr<Device> device);
+  void add(const std::shared_ptr<Device>& device);
   void remove(AudioDeviceID id);
   /// Default devices that are gone, or were never there, are chosen anew: the first that can be one.
   void chooseDefaults(HardwareChanges& changes);

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace orv::virtualhardware {
 
-StreamBuffers::StreamBuffers(const std::vector<std::uint32_t>& channelsOfStreams, std::uint32_t frames)
-    : channels_(channelsOfStreams),
+StreamBuffers::StreamBuffers(std::vector<std::uint32_t> channelsOfStreams, std::uint32_t frames)
+    : channels_(std::move(channelsOfStreams)),
       frames_(frames),
       sectionChannels_(std::accumulate(channels_.begin(), channels_.end(), 0U)) {
   const std::size_t bytes = offsetof(AudioBufferList, mBuffers) + streams() * sizeof(AudioBuffer);

@@ -11,7 +11,7 @@ namespace orv::virtualhardware {
 /// The buffers of one section for cycles of a fixed number of frames: one for each stream.
 class StreamBuffers {
  public:
-  StreamBuffers(const std::vector<std::uint32_t>& channelsOfStreams, std::uint32_t frames);
+  StreamBuffers(std::vector<std::uint32_t> channelsOfStreams, std::uint32_t frames);
 
   /// The list as procs get it, made afresh: procs may have changed what it said. Real-time safe.
   AudioBufferList* list() noexcept;

@@ -1,6 +1,7 @@
 #include "hardware/virtual/Timeline.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace orv::virtualhardware {
 namespace {
@@ -28,9 +29,9 @@ std::uint64_t Timeline::hostAt(double frame) const noexcept {
   // Counted from the base, so that nothing is added up and rounded again and again.
   const double offset = std::clamp(nanosecondsOf(frame - baseFrame_), -kForEver, kForEver);
   if (offset >= 0.0) {
-    return baseHost_ + static_cast<std::uint64_t>(offset + 0.5);
+    return baseHost_ + static_cast<std::uint64_t>(std::llround(offset));
   }
-  const auto back = static_cast<std::uint64_t>(0.5 - offset);
+  const auto back = static_cast<std::uint64_t>(std::llround(-offset));
   return back < baseHost_ ? baseHost_ - back : 0;
 }
 
