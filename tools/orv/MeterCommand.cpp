@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -89,7 +90,7 @@ class Meter {
       throw Failure(printable(device_->description()), "tells no sample rate");
     }
     if (options.seconds) {
-      lastFrame_ = static_cast<std::uint64_t>(*options.seconds * sampleRate_ + 0.5);
+      lastFrame_ = static_cast<std::uint64_t>(std::llround(*options.seconds * sampleRate_));
     }
   }
 
