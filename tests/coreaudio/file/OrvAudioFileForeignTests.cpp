@@ -18,7 +18,7 @@ constexpr int kChannels = 2;
 class OrvAudioFileForeign : public testing::Test {
  protected:
   OrvAudioFileForeign() {
-    for (int i = 0; i < 500'000 * kChannels; ++i) {
+    for (std::int64_t i = 0; i < 500'000 * kChannels; ++i) {
       samples_.push_back(static_cast<std::int16_t>(i * 7919 % 20'000 - 10'000));
     }
     SF_INFO info{};
