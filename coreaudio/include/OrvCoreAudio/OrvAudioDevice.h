@@ -182,6 +182,7 @@ class ORV_API OrvAudioDevice final : public OrvObject,
   /// The live list itself.
   orv::LiveList<OrvCoreAudioIOSubscriber>& audioSubscribersForInput(bool isInput);
   /// Counts a start; the first one starts the device. Always true; where the hardware refuses, the count is taken back.
+  /// In a device's cycle, `start` and `stop` are real-time safe: the main thread does it soon afterwards.
   bool start();
   /// Counts a stop; the last one stops the device. Always true. One too many is harmless. Where the hardware refuses,
   /// the count is taken back.

@@ -34,9 +34,8 @@ class ORV_API HardwareCycleSink {
 };
 
 /// Takes what a backend has to tell. Made by the service. Both may be called on any thread, with the backend's own
-/// locks held, and are real-time safe: they queue, and wake the notification thread. When more is told than the queue
-/// holds, it is told as a change of everything (`kAudioPropertyWildcardPropertyID` becomes each property that may have
-/// changed).
+/// locks held, and are real-time safe: they queue, and wake the notification thread. Nothing that is told gets lost,
+/// and the order stays.
 class ORV_API HardwareEvents {
  public:
   virtual ~HardwareEvents();
@@ -80,7 +79,8 @@ class ORV_API AudioHardware {
   /// from its own cycle may have to wait here for that cycle's end.
   virtual OSStatus start(AudioDeviceID device, HardwareCycleSink* sink) = 0;
   /// When it returns without a failure no cycle is under way, nor will there be one; called on the device's own I/O
-  /// thread, it ends with the cycle. A device that is gone is stopped already: that is success.
+  /// thread, it ends with the cycle. That holds for a device that is gone, too: it counts as stopped, which is success,
+  /// but not before its last cycle has ended.
   virtual OSStatus stop(AudioDeviceID device) = 0;
 };
 
