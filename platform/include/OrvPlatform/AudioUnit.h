@@ -14,8 +14,9 @@
 ///                      (each pulls from the one before, at most a slice at a time)
 ///
 /// There are two kinds: the converter unit ('aufc', 'conv'), which turns any format that the converter service knows
-/// into any other, and the default output unit ('auou', 'def '), which says in what format the default output device
-/// takes audio; it plays none.
+/// into any other, and the default output unit ('auou', 'def '), which plays on the default output device or on the one
+/// that it is told: in each of the device's cycles it pulls what is due, converts it to the device's format where its
+/// input has another one, and leaves it in the device's first stream. While it runs, nothing of it can be set.
 ///
 /// Audio is interleaved: a list has one buffer. `mDataByteSize` is the room in it before a call and the bytes of audio
 /// afterwards; what lies behind these, up to the frames asked for, is silence.
@@ -40,6 +41,10 @@ inline constexpr AudioUnitPropertyID kAudioUnitProperty_MaximumFramesPerSlice = 
 inline constexpr AudioUnitPropertyID kAudioUnitProperty_SetRenderCallback = 23;
 /// uint32, global: quality of the resampling, 0 to 127 as the converter's. Setting it starts the resampler afresh.
 inline constexpr AudioUnitPropertyID kAudioUnitProperty_SampleRateConverterQuality = orv::fourCC("srcq");
+/// AudioDeviceID, global, of the output unit: the device to play on. Until it is set, the default one.
+inline constexpr AudioUnitPropertyID kAudioOutputUnitProperty_CurrentDevice = 2000;
+/// uint32, global, of the output unit: whether it was started, not stopped since, and its device is there.
+inline constexpr AudioUnitPropertyID kAudioOutputUnitProperty_IsRunning = 2001;
 /// double, input of the output unit: the device's nominal sample rate.
 inline constexpr AudioUnitPropertyID kAudioUnitProperty_NominalSampleRate = orv::fourCC("nsrt");
 

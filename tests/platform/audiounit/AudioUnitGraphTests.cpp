@@ -67,10 +67,10 @@ TEST_F(Graph, StartAndStopAreToldByIsRunning) {
   EXPECT_FALSE(isRunning());
 }
 
-TEST_F(Graph, AnOutputUnitThatCannotPlayKeepsTheGraphFromStarting) {
+TEST_F(Graph, AnOutputUnitThatIsNotReadyKeepsTheGraphFromStarting) {
   AUNode output = 0;
   EXPECT_EQ(AUGraphNewNode(graph, &kOutputUnit, &output), noErr);
-  EXPECT_EQ(AUGraphStart(graph), kAudioUnitErr_OperationNotSupported);
+  EXPECT_EQ(AUGraphStart(graph), kAudioUnitErr_Uninitialized);
   EXPECT_FALSE(isRunning());
 }
 
