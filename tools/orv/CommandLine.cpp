@@ -64,7 +64,8 @@ void print(const std::string& text) {
 
 int runCommandLine(int argc, char** argv) {
   CLI::App program(
-      "Looks into audio recordings, cuts them into tracks, and converts them; lists and meters audio devices.", "orv");
+      "Records, plays and monitors; cuts recordings into tracks and converts them; lists and meters audio devices.",
+      "orv");
   program.footer(
       "Each subcommand has a --help of its own, with an example.\n"
       "Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage, 130 stopped.");
@@ -77,6 +78,8 @@ int runCommandLine(int argc, char** argv) {
   const auto hardware = addHardwareOptions(program);
 
   Action action;
+  addRecordCommand(program, hardware, &action);
+  addMonitorCommand(program, hardware, &action);
   addInfoCommand(program, &action);
   addSplitCommand(program, &action);
   addTracksCommand(program, &action);

@@ -25,6 +25,8 @@ void addConvertCommand(CLI::App& program, Action* action);
 void addCheckCommand(CLI::App& program, Action* action);
 void addDevicesCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
 void addMeterCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
+void addRecordCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
+void addMonitorCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
 
 /// Writes to standard output, at once. Throws `Failure`.
 void print(const std::string& text);

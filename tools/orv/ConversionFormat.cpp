@@ -32,17 +32,8 @@ void checkRate(const SourceFile& source, double wanted) {
 
 }  // namespace
 
-std::shared_ptr<OrvAudioStreamBasicDescription> conversionFormat(const SourceFile& source,
-                                                                 const ConversionOptions& options) {
-  const OrvAudioFile& file = *source.file;
-  const bool isFloat = options.isFloat || (file.fileStreamFormat()->isFloat() && !options.bits);
-  const std::uint32_t bits = options.isFloat ? kFloatBits : options.bits.value_or(file.bitsPerChannel());
-  const std::uint32_t channels = options.channels.value_or(file.channelsPerFrame());
-  const double rate = options.rate.value_or(file.sampleRate());
-  refuseWhatCannotBeConverted(source);
-  checkChannels(source, channels);
-  checkRate(source, rate);
-
+std::shared_ptr<OrvAudioStreamBasicDescription> linearFormat(double rate, std::uint32_t channels, std::uint32_t bits,
+                                                             bool isFloat) {
   auto format = OrvAudioStreamBasicDescription::init();
   format->setFormatID(kAudioFormatLinearPCM);
   format->setSampleRate(rate);
@@ -54,6 +45,19 @@ std::shared_ptr<OrvAudioStreamBasicDescription> conversionFormat(const SourceFil
   format->setBytesPerFrame((bits + 7) / 8 * channels);
   format->setBytesPerPacket(format->bytesPerFrame());
   return format;
+}
+
+std::shared_ptr<OrvAudioStreamBasicDescription> conversionFormat(const SourceFile& source,
+                                                                 const ConversionOptions& options) {
+  const OrvAudioFile& file = *source.file;
+  const bool isFloat = options.isFloat || (file.fileStreamFormat()->isFloat() && !options.bits);
+  const std::uint32_t bits = options.isFloat ? kFloatBits : options.bits.value_or(file.bitsPerChannel());
+  const std::uint32_t channels = options.channels.value_or(file.channelsPerFrame());
+  const double rate = options.rate.value_or(file.sampleRate());
+  refuseWhatCannotBeConverted(source);
+  checkChannels(source, channels);
+  checkRate(source, rate);
+  return linearFormat(rate, channels, bits, isFloat);
 }
 
 }  // namespace orv::cli

@@ -2,19 +2,15 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 
+#include "ConversionOptions.h"
 #include "SourceFile.h"
 
 namespace orv::cli {
 
-/// What is to become of a recording's samples, as the person asks for it. Nothing: as they are.
-struct ConversionOptions {
-  std::optional<double> rate;  ///< Hz
-  std::optional<std::uint32_t> bits;
-  bool isFloat = false;  ///< floats of 32 bits
-  std::optional<std::uint32_t> channels;
-};
+/// Linear PCM, interleaved and packed, as AIFF has it: big-endian, integers with a sign.
+std::shared_ptr<OrvAudioStreamBasicDescription> linearFormat(double rate, std::uint32_t channels, std::uint32_t bits,
+                                                             bool isFloat);
 
 /// The format of the new file's samples. Throws `Failure` where it can't be made of the source's.
 std::shared_ptr<OrvAudioStreamBasicDescription> conversionFormat(const SourceFile& source,

@@ -1,26 +1,21 @@
 #include <CLI/CLI.hpp>
-#include <array>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
 
 #include "Commands.h"
 #include "ConversionFormat.h"
+#include "ConversionOptions.h"
 #include "Destination.h"
 #include "Exporting.h"
 #include "Failure.h"
 #include "FileTypeOption.h"
-#include "Options.h"
 #include "OrvPlatform/Log.h"
 #include "StoredTracks.h"
 #include "Text.h"
-#include "TimeText.h"
 
 namespace orv::cli {
 namespace {
-
-constexpr double kMostHertz = 10e6;
 
 struct ConvertOptions {
   std::string source;
@@ -65,12 +60,6 @@ std::string carryOver(const StoredTracks& tracks, const std::string& path, const
   return tracks.storeCopyIn(path, ratio, frames);
 }
 
-std::string summary(const ConvertOptions& options) {
-  const SourceFile made = openSource(options.destination);
-  return printable(options.destination) + ": " + fourCCText(made.file->fileType()) + ", " +
-         made.file->fileStreamFormat()->description() + ", " + timeText(made.seconds(made.lengthInFrames)) + "\n";
-}
-
 void convert(const ConvertOptions& options) {
   const SourceFile source = openSource(options.source);
   checkDestination(options.destination, options.source, options.force ? Overwrite::allow : Overwrite::refuse);
@@ -96,41 +85,8 @@ void convert(const ConvertOptions& options) {
     printNote(options, "without the stored tracks and processing records: only AIFF and AIFC files hold them");
   }
   if (!options.quiet) {
-    print(summary(options));
+    print(summaryOf(options.destination));
   }
-}
-
-void addConversion(CLI::App& command, ConversionOptions* options) {
-  command
-      .add_option_function<std::string>(
-          "--rate",
-          [options](const std::string& text) { options->rate = numberOf<double>("--rate", text, 1, kMostHertz); },
-          "Frames per second")
-      ->type_name("R");
-  const auto takeBits = [options](const std::string& text) {
-    constexpr std::array<std::uint32_t, 4> widths{8, 16, 24, 32};
-    for (const std::uint32_t width : widths) {
-      if (text == std::to_string(width)) {
-        options->bits = width;
-        return;
-      }
-    }
-    throw CLI::ValidationError("--bits", "'" + text + "' is not known; there are: 8, 16, 24, 32");
-  };
-  command
-      .add_option_function<std::string>("--bits", takeBits,
-                                        "Integers of 8, 16, 24 or 32 bits. Fewer bits than the source has are\n"
-                                        "rounded to the nearest value, without dither")
-      ->type_name("N");
-  command.add_flag("--float", options->isFloat, "Floats of 32 bits");
-  const auto takeChannels = [options](const std::string& text) {
-    constexpr std::uint32_t most = 1024;
-    options->channels = numberOf<std::uint32_t>("--channels", text, 1, most);
-  };
-  command
-      .add_option_function<std::string>("--channels", takeChannels,
-                                        "2 doubles a mono recording, 1 takes the mean of a stereo one")
-      ->type_name("C");
 }
 
 constexpr const char* kHelpFooter =
@@ -154,16 +110,12 @@ void addConvertCommand(CLI::App& program, Action* action) {
   const auto options = std::make_shared<ConvertOptions>();
   command->add_option("IN", options->source, "The recording")->required()->type_name("");
   command->add_option("OUT", options->destination, "The new file")->required()->type_name("");
-  addConversion(*command, &options->conversion);
+  addConversion(*command, &options->conversion, "2 doubles a mono recording, 1 takes the mean of a stereo one");
   addFileType(*command, &options->type, "aiff, aifc, wave or sd2f; else by the extension of OUT, else as IN");
   command->add_flag("--force", options->force, "Replace a file that exists");
   command->add_flag("--quiet", options->quiet, "No progress bar, no notes, no closing line");
   command->callback([options, action] {
-    constexpr std::uint32_t floatBits = 32;
-    if (options->conversion.isFloat && options->conversion.bits.value_or(floatBits) != floatBits) {
-      throw CLI::ValidationError("--float", "makes samples of 32 bits; --bits " +
-                                                std::to_string(*options->conversion.bits) + " contradicts it");
-    }
+    checkConversion(options->conversion);
     *action = [options] { convert(*options); };
   });
 }

@@ -95,6 +95,7 @@ std::shared_ptr<HardwareOptions> addHardwareOptions(CLI::App& program) {
   program.add_option("--virtual-input", options->virtualInputs, "What the virtual input hears; one after the other")
       ->expected(1)
       ->take_all()
+      ->allow_extra_args(false)  // what follows the file is not one more
       ->type_name("FILE")
       ->group(group);
   program.add_option("--virtual-output", options->virtualOutput, "Where what the virtual output plays is kept")

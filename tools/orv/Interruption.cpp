@@ -36,6 +36,10 @@ const std::atomic<bool>& interruption() {
   return interrupted;
 }
 
+void forgetInterruption() {
+  interrupted = false;
+}
+
 void stopIfInterrupted() {
   if (interrupted) {
     throw Cancelled();

@@ -11,6 +11,9 @@ void catchInterruptions();
 /// Set once the person has asked to stop. Handed to long operations as their cancel switch.
 const std::atomic<bool>& interruption();
 
+/// What was asked to stop has stopped: from now on the next Ctrl-C counts.
+void forgetInterruption();
+
 /// Throws `Cancelled` once the person has asked to stop.
 void stopIfInterrupted();
 

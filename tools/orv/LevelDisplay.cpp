@@ -25,16 +25,6 @@ int placesFor(float amplitude, int width) {
   return static_cast<int>(std::lround(std::clamp(share, 0.0, 1.0) * width));
 }
 
-std::string bar(float amplitude, float held, int width) {
-  std::string text;
-  const int filled = placesFor(amplitude, width);
-  const int mark = placesFor(held, width) - 1;
-  for (int place = 0; place < width; ++place) {
-    text += place == mark ? "│" : place < filled ? "█" : "·";
-  }
-  return text;
-}
-
 std::string scaleLine(int width) {
   std::string line(static_cast<std::size_t>(width) + 5, ' ');
   for (int level = -60; level <= 0; level += 10) {
@@ -46,6 +36,16 @@ std::string scaleLine(int width) {
 }
 
 }  // namespace
+
+std::string levelBar(float amplitude, float held, int width) {
+  std::string text;
+  const int filled = placesFor(amplitude, width);
+  const int mark = placesFor(held, width) - 1;
+  for (int place = 0; place < width; ++place) {
+    text += place == mark ? "│" : place < filled ? "█" : "·";
+  }
+  return text;
+}
 
 void Levels::add(const LevelTap::Cycle& cycle) {
   channels = std::max(channels, cycle.channels);
@@ -62,6 +62,10 @@ void Levels::restart() {
   magnitudes.fill(0);
 }
 
+float Levels::loudest() const {
+  return *std::max_element(magnitudes.begin(), magnitudes.end());
+}
+
 std::string decibelText(float amplitude) {
   return amplitude > 0 ? formatText("%.2f", decibels(amplitude)) : "-inf";
 }
@@ -76,12 +80,17 @@ const std::array<float, LevelTap::kChannels>& PeakHold::add(const Levels& levels
   return held_;
 }
 
+float PeakHold::loudestAfter(const Levels& levels, Clock::time_point now) {
+  const auto& held = add(levels, now);
+  return *std::max_element(held.begin(), held.end());
+}
+
 std::string levelBars(const Levels& levels, const std::array<float, LevelTap::kChannels>& held, int columns) {
   const int width = std::max(columns - kNumberColumns, kLeastBar);
   std::string text;
   for (std::uint32_t i = 0; i < levels.channels; ++i) {
     const char* const full = held[i] >= 1.0F ? " CLIP" : "";
-    text += formatText("%2u ", i + 1) + bar(levels.magnitudes[i], held[i], width) +
+    text += formatText("%2u ", i + 1) + levelBar(levels.magnitudes[i], held[i], width) +
             formatText(" %7s", decibelText(held[i]).c_str()) + full + "\n";
   }
   return text + scaleLine(width) + " dBFS\n";

@@ -21,6 +21,8 @@ struct Levels {
   void add(const LevelTap::Cycle& cycle);
   /// The next stretch begins where this one ends.
   void restart();
+  /// The largest magnitude of any channel.
+  float loudest() const;
 };
 
 /// An amplitude in dB below full scale; "-inf" for none.
@@ -34,11 +36,16 @@ class PeakHold {
 
   /// What is held, after a stretch of these levels that ended at `now`.
   const std::array<float, LevelTap::kChannels>& add(const Levels& levels, Clock::time_point now);
+  /// The same, and the largest of what is held.
+  float loudestAfter(const Levels& levels, Clock::time_point now);
 
  private:
   std::array<float, LevelTap::kChannels> held_{};
   std::array<Clock::time_point, LevelTap::kChannels> since_{};
 };
+
+/// A bar of `width` places from −60 dBFS to full scale, with a mark at what is held.
+std::string levelBar(float amplitude, float held, int width);
 
 /// A bar for each channel from −60 dBFS to full scale, with what is held and the number behind it. One line for each
 /// channel and the scale below, each `columns` wide at most.

@@ -1,4 +1,3 @@
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -14,7 +13,8 @@
 #include "Interruption.h"
 #include "Json.h"
 #include "LevelDisplay.h"
-#include "LevelTap.h"
+#include "LevelFollower.h"
+#include "LiveLine.h"
 #include "OrvCoreAudio/OrvAudioDevice.h"
 #include "OrvPlatform/Log.h"
 #include "OrvPlatform/RunLoop.h"
@@ -26,19 +26,12 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kUpdateInterval = 50ms;
-/// A device that is silent for so long is not coming back.
-constexpr auto kPatience = 5s;
 
 struct MeterOptions {
   std::string device;
   std::optional<double> seconds;
   bool json = false;
 };
-
-int terminalColumns() {
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
 
 void appendAmplitudes(JsonWriter* json, const char* key, const std::array<float, LevelTap::kChannels>& amplitudes,
                       std::uint32_t channels, bool inDecibels) {
@@ -83,6 +76,7 @@ class Meter {
  public:
   Meter(const MeterOptions& options, std::shared_ptr<OrvAudioDevice> device)
       : device_(std::move(device)),
+        levels_(device_),
         sampleRate_(device_->nominalSampleRate(true)),
         isJson_(options.json),
         isDrawn_(!options.json && isatty(STDOUT_FILENO) != 0) {
@@ -95,68 +89,56 @@ class Meter {
   }
 
   void run() {
-    device_->addAudioIOSubscriber_forInput(tap_, true);
     device_->start();
     const auto update = RunLoop::main().every(kUpdateInterval, [&] { advance(); });
     RunLoop::main().runUntil([&] { return isDone_ || interruption(); }, std::chrono::nanoseconds::max());
     device_->stop();
-    device_->removeAudioIOSubscriber_forInput(tap_, true);
     finish();
   }
 
  private:
   void advance() {
-    const auto now = std::chrono::steady_clock::now();
-    LevelTap::Cycle cycle;
-    bool isAnyNew = false;
-    while (!isDone_ && tap_->take(&cycle)) {
-      isAnyNew = true;
-      latest_.add(cycle);
-      total_.add(cycle);
-      isDone_ = lastFrame_ && total_.to >= *lastFrame_;
+    if (isDone_) {
+      return;
     }
-    lastCycle_ = isAnyNew ? now : lastCycle_;
-    if (now - lastCycle_ > kPatience) {
-      problem_ = device_->isAlive() ? "the device delivers nothing" : "the device is gone";
-      isDone_ = true;
-    }
+    const bool isAnyNew = levels_.update(lastFrame_);
+    problem_ = levels_.problem();
+    isDone_ = levels_.total().to >= lastFrame_ || !problem_.empty();
     if (isAnyNew) {
-      show(now);
-      latest_.restart();
+      show(std::chrono::steady_clock::now());
+      levels_.restart();
     }
   }
 
   void show(std::chrono::steady_clock::time_point now) {
+    const Levels& latest = levels_.latest();
     if (isJson_) {
-      print(asJson(latest_, false));
+      print(asJson(latest, false));
     } else if (isDrawn_) {
-      const std::string bars = levelBars(latest_, hold_.add(latest_, now), terminalColumns());
+      const std::string bars = levelBars(latest, hold_.add(latest, now), LiveLine::columns());
       print((linesDrawn_ > 0 ? formatText("\x1B[%dA", linesDrawn_) : "") + bars);
-      linesDrawn_ = static_cast<int>(latest_.channels) + 1;
+      linesDrawn_ = static_cast<int>(latest.channels) + 1;
     }
   }
 
   void finish() const {
-    print(isJson_ ? asJson(total_, true) : summary(total_, sampleRate_));
+    print(isJson_ ? asJson(levels_.total(), true) : summary(levels_.total(), sampleRate_));
     if (!problem_.empty()) {
       throw Failure(printable(device_->description()), problem_);
     }
-    if (tap_->lost() > 0) {
-      throw Failure(
-          formatText("%llu cycles were lost: the machine is too busy", static_cast<unsigned long long>(tap_->lost())));
+    if (levels_.lost() > 0) {
+      throw Failure(formatText("%llu cycles were lost: the machine is too busy",
+                               static_cast<unsigned long long>(levels_.lost())));
     }
   }
 
   const std::shared_ptr<OrvAudioDevice> device_;
-  const std::shared_ptr<LevelTap> tap_ = std::make_shared<LevelTap>();
+  LevelFollower levels_;
   const double sampleRate_;
   const bool isJson_;
   const bool isDrawn_;
-  std::optional<std::uint64_t> lastFrame_;
-  Levels latest_;
-  Levels total_;
+  std::uint64_t lastFrame_ = LevelFollower::kNoEnd;
   PeakHold hold_;
-  std::chrono::steady_clock::time_point lastCycle_ = std::chrono::steady_clock::now();
   int linesDrawn_ = 0;
   bool isDone_ = false;
   std::string problem_;

@@ -4,6 +4,8 @@
 
 #include "Failure.h"
 #include "OrvPlatform/Status.h"
+#include "Text.h"
+#include "TimeText.h"
 
 namespace orv::cli {
 
@@ -50,6 +52,12 @@ std::string problemOf(const OrvAudioFile& file) {
     return file.lastProblem();
   }
   return file.lastStatus() != noErr ? describeStatus(file.lastStatus()) : "can't be opened";
+}
+
+std::string summaryOf(const std::string& path) {
+  const SourceFile source = openSource(path);
+  return printable(path) + ": " + fourCCText(source.file->fileType()) + ", " +
+         source.file->fileStreamFormat()->description() + ", " + timeText(source.seconds(source.lengthInFrames)) + "\n";
 }
 
 }  // namespace orv::cli

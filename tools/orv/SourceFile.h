@@ -30,4 +30,7 @@ void refuseWhatCannotBeConverted(const SourceFile& source);
 /// What the framework said about its last failure on `file`.
 std::string problemOf(const OrvAudioFile& file);
 
+/// A line that says what the file at `path` is: its type, format and length. Throws `Failure`.
+std::string summaryOf(const std::string& path);
+
 }  // namespace orv::cli

@@ -15,6 +15,7 @@
 #include "ProgressBar.h"
 #include "SourceFile.h"
 #include "SplitReport.h"
+#include "Splitting.h"
 #include "StoredTracks.h"
 #include "SvgWriter.h"
 #include "Text.h"
@@ -183,6 +184,20 @@ void settle(SplitOptions* options) {
     options->format = options->json ? &kJsonFormat : &kTableFormat;
   }
 }
+
+}  // namespace
+
+void splitAndStore(const std::string& path, TrackStore store, bool quiet) {
+  SplitOptions options;
+  options.path = path;
+  options.method = options.methods.choose();
+  options.store = store;
+  options.format = &kTableFormat;
+  options.quiet = quiet;
+  split(options);
+}
+
+namespace {
 
 constexpr const char* kHelpFooter =
     "Confidence runs from 0 to 1. A file of durations has one track on each line, '3:28' or a title, a tab and "

@@ -83,6 +83,10 @@ class ORV_API OrvAUAudioPlayer final : public OrvObject, public std::enable_shar
   /// The position and the begin of the range are 0, and the processor is reset.
   void rewind();
   bool isPlaying() const;
+  /// Cycles so far that were silent, in whole or in part, because the disk was late. Thread-safe.
+  std::uint64_t lateCycles() const { return lateCycles_; }
+  /// Whether enough is read ahead that nothing more is asked for yet, or all that is left. Thread-safe, real-time safe.
+  bool isReadAhead() const noexcept;
   /// Another position, also while it plays, and the processor is reset. Nothing for the position that it is.
   void setCurrentFrameOffset(std::uint32_t frame);
   std::uint32_t currentFrameOffset() const;
@@ -167,6 +171,7 @@ class ORV_API OrvAUAudioPlayer final : public OrvObject, public std::enable_shar
   bool mIsInitializeable = false;
   bool isDeviceSet_ = false;
   std::uint32_t leadInLeft_ = 0;     // frames of silence that still go before the file
+  bool isLate_ = false;              // in this cycle
   std::uint32_t framesPulled_ = 0;   // by the converter unit, lead-in included
   std::uint32_t leadOutFrames_ = 0;  // frames of silence behind the file; 0 where nothing is resampled
 
@@ -174,6 +179,7 @@ class ORV_API OrvAUAudioPlayer final : public OrvObject, public std::enable_shar
   const std::unique_ptr<GraphSources> source_;
   std::atomic<std::uint32_t> mSampleTime{0};  // where there is no feed
   std::atomic<std::uint32_t> leadOutLeft_{0};
+  std::atomic<std::uint64_t> lateCycles_{0};
   std::atomic<bool> mHasBeenStopped{false};
   std::atomic<bool> mShouldProvideData{false};
   std::atomic<std::uint32_t> mEventMask{0};

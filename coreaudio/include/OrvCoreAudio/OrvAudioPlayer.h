@@ -104,6 +104,9 @@ class ORV_API OrvAudioPlayer final : public OrvObject,
   bool isPlaying() const { return _isPlaying; }  ///< thread-safe
   /// Cycles so far that were silent, in whole or in part, because the filler had not come. Thread-safe.
   std::uint64_t lateCycles() const { return lateCycles_; }
+  /// Whether as much is converted ahead as there is room for, or all that is left. Thread-safe, real-time safe. Where
+  /// the device runs faster than audio is heard, a cycle that waits for it loses nothing to silence.
+  bool isConvertedAhead() const noexcept;
   /// From the current position to the end. Asks `currentFrameOffset`, so that a file that has ended plays again.
   bool play();
   bool playFromFrame(std::uint32_t begin);
@@ -123,6 +126,9 @@ class ORV_API OrvAudioPlayer final : public OrvObject,
   void setCurrentFrameOffset(std::uint32_t frame);
   /// Forgets, too, that the end of the file was met.
   std::uint32_t currentFrameOffset();
+  /// The same to the frame, where both rates are one, and else to a frame of the device: playing exactly from there goes
+  /// on where it was stopped. Never behind the end of the file.
+  std::uint32_t exactFrameOffset() const;
   std::uint32_t remainingFrames();
   std::uint32_t playOut() const;
 

@@ -21,6 +21,7 @@
 #include "OrvCoreAudio/OrvAudioDeviceUtils.h"
 #include "OrvCoreAudio/OrvAudioFile.h"
 #include "OrvCoreAudio/OrvAudioFileConverter.h"
+#include "OrvCoreAudio/OrvAudioFileFormats.h"
 #include "OrvCoreAudio/OrvAudioFileFrameIntervalCopier.h"
 #include "OrvCoreAudio/OrvAudioFileProcessor.h"
 #include "OrvCoreAudio/OrvAudioFileTrackInfoReaderWriter.h"

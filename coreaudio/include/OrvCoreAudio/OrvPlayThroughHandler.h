@@ -26,7 +26,8 @@ class MonitorPaths;
 ///
 /// Blocks are passed on sample by sample: between devices of one rate, channels are not remapped, and where the blocks
 /// differ in length the longer one is cut or ends in silence. Where the rates differ in whole Hertz, blocks go through
-/// a converter, which maps channels too, and what does not fill the output block ends in silence.
+/// a converter, which maps channels too, and what does not fill the output block ends in silence. `setMapsChannels`
+/// has channels mapped between devices of one rate as well: for whoever just wants to hear a mono input on both sides.
 ///
 /// A handler that runs is kept by its devices until `stop`. Every operation is thread-safe and, but for the handler of
 /// cycles, not real-time safe. From inside a cycle `start`, `stop` and the setters are left to the main thread, and
@@ -48,6 +49,10 @@ class ORV_API OrvPlayThroughHandler final : public OrvObject,
   /// it, and blocks go on through it: take the device out before setting one of the same rate to be rid of it.
   void setAudioDevice_isInput(const std::shared_ptr<OrvAudioDevice>& device, bool isInput);
   std::shared_ptr<OrvAudioDevice> audioDevice(bool isInput) const;
+
+  /// Whether devices of one rate that differ in channels get a converter too: mono is heard on both sides, stereo as its
+  /// mean, otherwise channels go by their place. Not to begin with. Set before the devices are.
+  void setMapsChannels(bool maps) { mapsChannels_ = maps; }
 
   /// Null takes it out. Takes effect with the next block.
   void setVolumeControl(const std::shared_ptr<OrvSoftwareVolumeControl>& control);
@@ -91,6 +96,7 @@ class ORV_API OrvPlayThroughHandler final : public OrvObject,
 
   const std::unique_ptr<MonitorPaths> paths_;
   std::atomic<bool> _isPlayingThrough{false};
+  std::atomic<bool> mapsChannels_{false};
   std::mutex mutexLock;                         // setting devices and the processor, and before playLock
   std::mutex playLock;                          // starting and stopping
   std::atomic<std::uint32_t> roomWanted_{0};    // bytes; 0: enough

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "OrvCoreAudio/OrvAudioFile.h"
+#include "OrvCoreAudio/OrvAudioFileFormats.h"
 #include "OrvCoreAudio/OrvAudioFileProcessor.h"
 #include "OrvPlatform/AudioFileMoves.h"
 #include "OrvPlatform/FileManager.h"
@@ -12,7 +13,6 @@
 #include "WithoutThrowing.h"
 #include "detection/ChunkTransfer.h"
 #include "detection/ChunkTreatment.h"
-#include "detection/ExportFormat.h"
 #include "detection/ProcessingChain.h"
 
 using orv::ChunkTransfer;

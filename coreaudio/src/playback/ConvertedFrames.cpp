@@ -69,6 +69,11 @@ bool ConvertedFrames::isDrained() {
   return eofFlag && reachedEnd_ && convertedBuffers_[currentBuffer].frames == 0;
 }
 
+bool ConvertedFrames::isAhead() const noexcept {
+  return reachedEnd_ || failed_ ||
+         (convertedBuffers_[0].lock.condition() == kFull && convertedBuffers_[1].lock.condition() == kFull);
+}
+
 void ConvertedFrames::moveTo(std::uint32_t logicalFrame, std::uint32_t fileFrame,
                              const std::function<void(bool)>& atSwitch) {
   const std::lock_guard filling(fillLock_);

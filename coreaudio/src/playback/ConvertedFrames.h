@@ -72,6 +72,9 @@ class ConvertedFrames {
   /// The flag that the end was met: stays set, whatever is converted afterwards, until it is cleared. Thread-safe.
   void clearEndOfFile() { eofFlag = false; }
 
+  /// Whether both buffers are full, or nothing is left to fill them with. Thread-safe; real-time safe.
+  bool isAhead() const noexcept;
+
   /// Runs `body`, which may use the file, while the filler does not.
   template <typename Body>
   auto whileIdle(Body&& body) {

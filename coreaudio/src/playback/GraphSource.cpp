@@ -57,6 +57,7 @@ GraphSource::Supplied GraphSource::supply(float* heard, std::uint32_t frames, bo
     // The disk is late: silence, and the frame that was due comes next.
     silence(heard + std::size_t{count} * channels, std::size_t{frames - count} * channels);
     supplied.frames = frames;
+    supplied.isLate = true;
   } else if (count == 0) {
     supplied.status = kEndOfFileStatus;
     supplied.isAtEnd = true;

@@ -46,6 +46,7 @@ struct GraphSource {
     std::uint32_t frames = 0;
     OSStatus status = noErr;
     bool isAtEnd = false;  ///< of the file or the range: the caller stops
+    bool isLate = false;   ///< the disk
   };
   Supplied supply(float* heard, std::uint32_t frames, bool isStopped) const noexcept;
 

@@ -45,6 +45,7 @@ OSStatus OrvAUAudioPlayer::readFile(std::uint32_t frames, AudioBufferList* data)
   const auto supplied = source->supply(static_cast<float*>(buffer.mData), wanted, mHasBeenStopped);
   buffer.mDataByteSize = supplied.frames * frameBytes;
   framesPulled_ += supplied.frames;
+  isLate_ = isLate_ || supplied.isLate;
   if (supplied.status == kEndOfFileStatus && leadOutFrames_ > 0) {
     const std::uint32_t left = leadOutLeft_;
     if (left == 0) {
@@ -74,6 +75,8 @@ OSStatus OrvAUAudioPlayer::renderSlice(AudioUnitRenderActionFlags* flags, const 
   } else if (status != noErr && buffer.mData != nullptr) {
     std::memset(buffer.mData, 0, bytes);
   }
+  lateCycles_ += isLate_ ? 1 : 0;
+  isLate_ = false;
   buffer.mDataByteSize = bytes;  // what is behind the audio is silence
   return audioProcessingProc_timeStamp_busNumber_numberOfFrames_data(flags, timeStamp, bus, frames, data);
 }
@@ -99,6 +102,11 @@ bool OrvAUAudioPlayer::processAudio_outputBuffer_channelsPerFrame_numberOfFrames
   const GraphSources::Look source(*source_);
   return source->processor != nullptr && source->processor->processAudio_outputBuffer_channelsPerFrame_numberOfFrames(
                                              input, output, channelsPerFrame, numberOfFrames);
+}
+
+bool OrvAUAudioPlayer::isReadAhead() const noexcept {
+  const GraphSources::Look source(*source_);
+  return source->feed == nullptr || !source->feed->wantsMore();
 }
 
 /// The rest waits for this cycle's end, which the main thread can do.

@@ -73,13 +73,17 @@ void OrvAudioPlayer::playCycle(Cycle& cycle) noexcept {
       isExact_ ? static_cast<std::uint32_t>(std::min<std::int64_t>(cycle.frames, left)) : cycle.frames;
   const std::uint32_t played = fill(cycle, wanted);
   lateCycles_ += cycle.isLate ? 1 : 0;
-  if (!_isPlaying) {
+  const bool wasStopped = !_isPlaying;  // meanwhile: the cycle is heard all the same
+  if (wasStopped && !isExact_) {
     return;
   }
   if (played > 0) {
     _currentOffset += played;
   } else if (!cycle.isLate) {
     _currentOffset = logicalLengthInFrames;
+  }
+  if (wasStopped) {
+    return;
   }
   if ((_eventMask & kEventPlayedSample) != 0) {
     notifyCallback(OrvAudioPlayerPlayedSampleNotification);

@@ -114,6 +114,16 @@ std::uint32_t OrvAudioPlayer::currentFrameOffset() {
   return calculateFileFrameOffset(toFrameCount(static_cast<double>(_currentOffset)));
 }
 
+std::uint32_t OrvAudioPlayer::exactFrameOffset() const {
+  const std::uint32_t logicalFrame = toFrameCount(static_cast<double>(_currentOffset));
+  return std::min(frameAtRate(logicalFrame, rateOf(_deviceStreamFormat), rateOf(_fileStreamFormat)),
+                  fileLengthInFrames);
+}
+
+bool OrvAudioPlayer::isConvertedAhead() const noexcept {
+  return converted_ == nullptr || converted_->isAhead();
+}
+
 std::uint32_t OrvAudioPlayer::remainingFrames() {
   const std::uint32_t played = calculateFileFrameOffset(toFrameCount(static_cast<double>(_currentOffset)));
   const std::uint32_t length = lengthInFrames();

@@ -37,6 +37,12 @@ std::uint32_t largestBlock(const std::shared_ptr<OrvAudioDevice>& device, bool i
                   static_cast<std::uint32_t>(std::min<double>(bytes, HandOff::kMostBytes)));
 }
 
+/// 0 where it tells none.
+std::uint32_t channelsOfFirstStream(const OrvAudioDevice& device, bool isInput) {
+  const auto format = device.actualStreamFormat_isInput(0, isInput);
+  return format != nullptr ? format->channelsPerFrame() : 0;
+}
+
 OrvPlayThroughHandler& handlerOf(const orv::LoopCall& call) {
   return *static_cast<OrvPlayThroughHandler*>(call.receiver.get());
 }
@@ -128,8 +134,11 @@ void OrvPlayThroughHandler::converterSetup() {
     return;
   }
   const bool isOne = path.inputDevice == path.outputDevice;
-  if (isOne ||
-      wholeHertz(path.outputDevice->actualSampleRate(false)) == wholeHertz(path.inputDevice->actualSampleRate(true))) {
+  const bool isOneRate = isOne || wholeHertz(path.outputDevice->actualSampleRate(false)) ==
+                                      wholeHertz(path.inputDevice->actualSampleRate(true));
+  const bool areChannelsRight = !mapsChannels_ || channelsOfFirstStream(*path.inputDevice, true) ==
+                                                      channelsOfFirstStream(*path.outputDevice, false);
+  if (isOneRate && areChannelsRight) {
     return;
   }
   const auto converter = MonitorConverter::make(path.inputDevice->actualStreamFormat_isInput(0, true),

@@ -141,6 +141,25 @@ TEST_F(Chain, ChannelsOfDevicesOfOneRateAreNotRemapped) {
   EXPECT_EQ(play(), expected);
 }
 
+TEST_F(Chain, ChannelsOfDevicesOfOneRateAreMappedWhereThatIsAskedFor) {
+  hardware->at(kMicrophone).inputChannels = 1;
+  handler->setMapsChannels(true);
+  startWith(false, false);
+  const auto heard = hear(1);
+  std::vector<float> expected;
+  for (const float sample : heard) {
+    expected.insert(expected.end(), 2, sample);
+  }
+  EXPECT_EQ(play(), expected);  // bit for bit, and of the same length
+}
+
+TEST_F(Chain, DevicesOfOneRateAndAsManyChannelsNeedNoMapping) {
+  handler->setMapsChannels(true);
+  startWith(false, false);
+  const auto heard = hear(1);
+  EXPECT_EQ(play(), heard);
+}
+
 TEST_F(Chain, ABlockBeyondWhatTheDeviceAnnouncedIsSilenceUntilThereIsRoom) {
   startWith(false, false);
   hardware->at(kMicrophone).frames = 100000;

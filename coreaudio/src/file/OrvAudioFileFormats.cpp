@@ -1,4 +1,4 @@
-#include "detection/ExportFormat.h"
+#include "OrvCoreAudio/OrvAudioFileFormats.h"
 
 #include <algorithm>
 #include <cctype>
