@@ -21,16 +21,16 @@ void checkChannels(const SourceFile& source, std::uint32_t wanted) {
   }
 }
 
-void checkRate(const SourceFile& source, double wanted) {
-  const double ratio = wanted / source.file->sampleRate();
+}  // namespace
+
+void checkRates(const std::string& subject, double given, double wanted) {
+  const double ratio = wanted / given;
   if (!(ratio <= kMostRatio && ratio >= 1 / kMostRatio)) {
-    throw Failure(source.path, formatText("has a rate of %g Hz, which can't be made %g Hz: the rates are more than %g "
-                                          "times apart",
-                                          source.file->sampleRate(), wanted, kMostRatio));
+    throw Failure(subject, formatText("has a rate of %g Hz, which can't be made %g Hz: the rates are more than %g "
+                                      "times apart",
+                                      given, wanted, kMostRatio));
   }
 }
-
-}  // namespace
 
 std::shared_ptr<OrvAudioStreamBasicDescription> linearFormat(double rate, std::uint32_t channels, std::uint32_t bits,
                                                              bool isFloat) {
@@ -56,7 +56,7 @@ std::shared_ptr<OrvAudioStreamBasicDescription> conversionFormat(const SourceFil
   const double rate = options.rate.value_or(file.sampleRate());
   refuseWhatCannotBeConverted(source);
   checkChannels(source, channels);
-  checkRate(source, rate);
+  checkRates(source.path, source.file->sampleRate(), rate);
   return linearFormat(rate, channels, bits, isFloat);
 }
 

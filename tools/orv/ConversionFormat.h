@@ -8,6 +8,9 @@
 
 namespace orv::cli {
 
+/// Throws `Failure` about `subject` where its rate can't be made the one that is wanted. Both in Hz.
+void checkRates(const std::string& subject, double given, double wanted);
+
 /// Linear PCM, interleaved and packed, as AIFF has it: big-endian, integers with a sign.
 std::shared_ptr<OrvAudioStreamBasicDescription> linearFormat(double rate, std::uint32_t channels, std::uint32_t bits,
                                                              bool isFloat);

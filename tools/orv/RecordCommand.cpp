@@ -96,8 +96,9 @@ std::shared_ptr<OrvAudioStreamBasicDescription> formatFor(const RecordOptions& o
   const ConversionOptions& wanted = options.conversion;
   constexpr std::uint32_t floatBits = 32;
   const std::uint32_t bits = wanted.bits.value_or(tellsBits ? physical->bitsPerChannel() : kUsualBits);
-  return linearFormat(wanted.rate.value_or(delivered->sampleRate()),
-                      wanted.channels.value_or(delivered->channelsPerFrame()), wanted.isFloat ? floatBits : bits,
+  const double rate = wanted.rate.value_or(delivered->sampleRate());
+  checkRates(printable(device.description()), delivered->sampleRate(), rate);
+  return linearFormat(rate, wanted.channels.value_or(delivered->channelsPerFrame()), wanted.isFloat ? floatBits : bits,
                       wanted.isFloat);
 }
 
