@@ -36,14 +36,12 @@ OrvCaptureBuffer* OrvCaptureQueue::Ring::pop() noexcept {
   return buffer;
 }
 
-/// For the thread that pops: at least so many are there.
 std::uint32_t OrvCaptureQueue::Ring::count() const noexcept {
   return pushed_.load(std::memory_order_acquire) - popped_.load(std::memory_order_relaxed);
 }
 
-/// For the thread that pushes.
-bool OrvCaptureQueue::Ring::isDrained() const noexcept {
-  return popped_.load(std::memory_order_acquire) == pushed_.load(std::memory_order_relaxed);
+std::uint32_t OrvCaptureQueue::Ring::mostCount() const noexcept {
+  return pushed_.load(std::memory_order_relaxed) - popped_.load(std::memory_order_acquire);
 }
 
 OrvCaptureQueue::OrvCaptureQueue() {
@@ -54,7 +52,7 @@ void OrvCaptureQueue::reserve(std::uint32_t count) {
   const std::lock_guard guard(pushLock_);
   while (buffers_.size() < std::min(count, kMostBuffers)) {
     buffers_.push_back(std::make_unique<OrvCaptureBuffer>(kBufferSize));
-    free_.push(buffers_.back().get());
+    keepFree(buffers_.back().get());
   }
 }
 
@@ -62,7 +60,7 @@ OrvCaptureQueue::Appended OrvCaptureQueue::append(const void* bytes, std::uint32
   const std::uint32_t room = current_ != nullptr ? kBufferSize - current_->count : 0;
   const std::uint32_t beyond = length - std::min(length, room);
   const std::uint32_t wanted = beyond / kBufferSize + (beyond % kBufferSize != 0 ? 1 : 0);
-  if (wanted > free_.count()) {
+  if (wanted > free_.count() + spare_.count()) {
     return Appended::refused;
   }
   Appended result = Appended::kept;
@@ -70,6 +68,7 @@ OrvCaptureQueue::Appended OrvCaptureQueue::append(const void* bytes, std::uint32
   while (length > 0) {
     if (current_ == nullptr) {
       current_ = free_.pop();
+      current_ = current_ != nullptr ? current_ : spare_.pop();
     }
     const std::uint32_t part = std::min(length, kBufferSize - current_->count);
     std::memcpy(current_->data() + current_->count, source, part);
@@ -82,7 +81,7 @@ OrvCaptureQueue::Appended OrvCaptureQueue::append(const void* bytes, std::uint32
     }
   }
   // A saver that is behind gets full buffers: they hold more of what it can't take yet.
-  if (current_ != nullptr && current_->count >= handOverSize_ && full_.isDrained()) {
+  if (current_ != nullptr && current_->count >= handOverSize_ && full_.mostCount() == 0) {
     handOver();
     result = Appended::handedOver;
   }
@@ -103,5 +102,10 @@ void OrvCaptureQueue::handOver() noexcept {
 void OrvCaptureQueue::giveBack(OrvCaptureBuffer* buffer) {
   buffer->count = 0;
   const std::lock_guard guard(pushLock_);
-  free_.push(buffer);
+  keepFree(buffer);
+}
+
+/// Requires: pushLock_ is held.
+void OrvCaptureQueue::keepFree(OrvCaptureBuffer* buffer) {
+  (free_.mostCount() < kInUse ? free_ : spare_).push(buffer);
 }

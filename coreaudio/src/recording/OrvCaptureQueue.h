@@ -30,7 +30,8 @@ class OrvCaptureBuffer {
 ///   I/O thread ── full ──► saver
 ///        ▲── free ──────────┘
 ///
-/// Buffers are made beforehand, so that a saver that is late costs memory and not audio.
+/// Buffers are made beforehand, so that a saver that is late costs memory and not audio. While it is in time the same
+/// few go round, and stay in the processor's cache; the others wait until it is late.
 class OrvCaptureQueue {
  public:
   /// Bytes of one buffer.
@@ -63,8 +64,10 @@ class OrvCaptureQueue {
    public:
     void push(OrvCaptureBuffer* buffer) noexcept;
     OrvCaptureBuffer* pop() noexcept;
+    /// For the thread that pops: at least so many are there.
     std::uint32_t count() const noexcept;
-    bool isDrained() const noexcept;
+    /// For the thread that pushes: at most so many are there.
+    std::uint32_t mostCount() const noexcept;
 
    private:
     std::array<OrvCaptureBuffer*, kMostBuffers> slots_{};
@@ -72,11 +75,16 @@ class OrvCaptureQueue {
     std::atomic<std::uint32_t> popped_{0};
   };
 
+  /// Buffers that go round: enough that the one to be filled is not the one that was just read on another processor.
+  static constexpr std::uint32_t kInUse = 8;
+
+  void keepFree(OrvCaptureBuffer* buffer);
   void handOver() noexcept;
 
   std::mutex pushLock_;                                     // the saver and the control thread push free buffers
   std::vector<std::unique_ptr<OrvCaptureBuffer>> buffers_;  // guarded by pushLock_
   Ring free_;
+  Ring spare_;  // free too; taken where there is no other
   Ring full_;
   OrvCaptureBuffer* current_ = nullptr;       // I/O thread; null until there are bytes for it
   std::uint32_t handOverSize_ = kBufferSize;  // I/O thread
