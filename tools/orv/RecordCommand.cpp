@@ -200,10 +200,18 @@ class Recording {
     }
     const std::string problem = recorder_->lastProblem();
     if (!problem.empty() || !silence_.empty()) {
-      throw Failure(printable(problem.empty() ? device_->description() + ": " + silence_ : problem) +
-                    "; the recording has " + timeText(seconds()) + " of audio, up to frame " +
-                    std::to_string(recorder_->recordedFrames()));
+      throw Failure(printable(problem.empty() ? device_->description() + ": " + silence_ : problem) + whatIsThere());
     }
+  }
+
+  /// What the file holds of a recording that went wrong.
+  std::string whatIsThere() const {
+    if (!fs::exists(options_.path)) {
+      return "";
+    }
+    const SourceFile made = openSource(options_.path);
+    return "; the file holds " + timeText(made.seconds(made.lengthInFrames)) + ", up to frame " +
+           std::to_string(made.lengthInFrames);
   }
 
   const RecordOptions& options_;
