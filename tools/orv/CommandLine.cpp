@@ -80,6 +80,7 @@ int runCommandLine(int argc, char** argv) {
   Action action;
   addRecordCommand(program, hardware, &action);
   addMonitorCommand(program, hardware, &action);
+  addPlayCommand(program, hardware, &action);
   addInfoCommand(program, &action);
   addSplitCommand(program, &action);
   addTracksCommand(program, &action);
@@ -101,7 +102,9 @@ int runCommandLine(int argc, char** argv) {
   }
   routeLog(verbose);
   catchInterruptions();
-  return perform(action);
+  const int status = perform(action);
+  letHardwareGo();
+  return status;
 }
 
 }  // namespace orv::cli

@@ -27,6 +27,7 @@ void addDevicesCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>
 void addMeterCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
 void addRecordCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
 void addMonitorCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
+void addPlayCommand(CLI::App& program, const std::shared_ptr<HardwareOptions>& hardware, Action* action);
 
 /// Writes to standard output, at once. Throws `Failure`.
 void print(const std::string& text);

@@ -27,7 +27,7 @@ void scan(const AudioBuffer& buffer, LevelTap::Cycle* cycle) noexcept {
 
 OSStatus LevelTap::audioIOHandler_inNow_inInputData_inInputTime_outOutputData_inOutputTime_inClientData(
     OrvAudioDevice* /*device*/, const AudioTimeStamp* /*now*/, const AudioBufferList* inputData,
-    const AudioTimeStamp* /*inputTime*/, AudioBufferList* /*outputData*/, const AudioTimeStamp* /*outputTime*/,
+    const AudioTimeStamp* /*inputTime*/, AudioBufferList* outputData, const AudioTimeStamp* /*outputTime*/,
     void* /*clientData*/) noexcept {
   const std::size_t put = put_.load(std::memory_order_relaxed);
   if (put - taken_.load(std::memory_order_acquire) == kCapacity) {
@@ -36,7 +36,10 @@ OSStatus LevelTap::audioIOHandler_inNow_inInputData_inInputTime_outOutputData_in
   }
   Cycle& cycle = cycles_[put % kCapacity];
   cycle = Cycle();
-  scan(inputData->mBuffers[0], &cycle);
+  const AudioBufferList* const heard = side_ == Side::input ? inputData : outputData;
+  if (heard->mNumberBuffers > 0) {
+    scan(heard->mBuffers[0], &cycle);
+  }
   put_.store(put + 1, std::memory_order_release);
   return noErr;
 }

@@ -11,11 +11,13 @@
 
 namespace orv::cli {
 
-/// Hears every cycle of a device's input and hands the peaks of each to the main thread: no cycle is passed over, so
-/// that what a meter says of a stretch is true of all of it. (The framework's own meter tells the latest cycle only.)
+/// Hears every cycle of a device's input, or of what the subscribers before it left in the output, and hands the peaks
+/// of each to the main thread: no cycle is passed over, so that what a meter says of a stretch is true of all of it.
+/// (The framework's own meter tells the latest cycle only.)
 class LevelTap final : public OrvObject, public OrvCoreAudioIOSubscriber {
  public:
   static constexpr std::uint32_t kChannels = 8;
+  enum class Side { input, output };
 
   /// One cycle: the largest sample of each channel, 0 or above, and the largest magnitude.
   struct Cycle {
@@ -24,6 +26,8 @@ class LevelTap final : public OrvObject, public OrvCoreAudioIOSubscriber {
     std::array<float, kChannels> peaks{};
     std::array<float, kChannels> magnitudes{};
   };
+
+  explicit LevelTap(Side side = Side::input) : side_(side) {}
 
   /// The oldest cycle that was not taken yet. Whether there was one. Main thread.
   bool take(Cycle* cycle) noexcept;
@@ -40,6 +44,7 @@ class LevelTap final : public OrvObject, public OrvCoreAudioIOSubscriber {
   /// Half a minute of cycles of 512 frames at 44.1 kHz. A power of two.
   static constexpr std::size_t kCapacity = 4096;
 
+  const Side side_;
   std::array<Cycle, kCapacity> cycles_;
   alignas(64) std::atomic<std::size_t> put_{0};    // written by the I/O thread
   alignas(64) std::atomic<std::size_t> taken_{0};  // written by the main thread

@@ -104,6 +104,9 @@ class ORV_API OrvAudioPlayer final : public OrvObject,
   bool isPlaying() const { return _isPlaying; }  ///< thread-safe
   /// Cycles so far that were silent, in whole or in part, because the filler had not come. Thread-safe.
   std::uint64_t lateCycles() const { return lateCycles_; }
+  /// Frames of the device that exact playing has left out so far because the file gave less than its length.
+  /// Thread-safe.
+  std::uint64_t missingFrames() const { return missingFrames_; }
   /// Whether as much is converted ahead as there is room for, or all that is left. Thread-safe, real-time safe. Where
   /// the device runs faster than audio is heard, a cycle that waits for it loses nothing to silence.
   bool isConvertedAhead() const noexcept;
@@ -126,8 +129,8 @@ class ORV_API OrvAudioPlayer final : public OrvObject,
   void setCurrentFrameOffset(std::uint32_t frame);
   /// Forgets, too, that the end of the file was met.
   std::uint32_t currentFrameOffset();
-  /// The same to the frame, where both rates are one, and else to a frame of the device: playing exactly from there goes
-  /// on where it was stopped. Never behind the end of the file.
+  /// The same to the frame, where both rates are one, and else to a frame of the device: playing exactly from there
+  /// goes on where it was stopped. Never behind the end of the file.
   std::uint32_t exactFrameOffset() const;
   std::uint32_t remainingFrames();
   std::uint32_t playOut() const;
@@ -249,6 +252,7 @@ class ORV_API OrvAudioPlayer final : public OrvObject,
   std::atomic<std::uint32_t> notificationCount{0};
   std::atomic<std::uint32_t> notificationInterval{0};
   std::atomic<std::uint64_t> lateCycles_{0};
+  std::atomic<std::uint64_t> missingFrames_{0};
   std::shared_ptr<OrvVUMeterData> _meterData;
 
   const std::unique_ptr<CycleGate> gate_;

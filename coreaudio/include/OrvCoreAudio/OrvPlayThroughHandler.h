@@ -50,8 +50,8 @@ class ORV_API OrvPlayThroughHandler final : public OrvObject,
   void setAudioDevice_isInput(const std::shared_ptr<OrvAudioDevice>& device, bool isInput);
   std::shared_ptr<OrvAudioDevice> audioDevice(bool isInput) const;
 
-  /// Whether devices of one rate that differ in channels get a converter too: mono is heard on both sides, stereo as its
-  /// mean, otherwise channels go by their place. Not to begin with. Set before the devices are.
+  /// Whether devices of one rate that differ in channels get a converter too: mono is heard on both sides, stereo as
+  /// its mean, otherwise channels go by their place. Not to begin with. Set before the devices are.
   void setMapsChannels(bool maps) { mapsChannels_ = maps; }
 
   /// Null takes it out. Takes effect with the next block.

@@ -80,6 +80,7 @@ void OrvAudioPlayer::playCycle(Cycle& cycle) noexcept {
   if (played > 0) {
     _currentOffset += played;
   } else if (!cycle.isLate) {
+    missingFrames_ += isExact_ ? static_cast<std::uint64_t>(left) : 0;
     _currentOffset = logicalLengthInFrames;
   }
   if (wasStopped) {
