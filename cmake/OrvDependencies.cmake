@@ -15,3 +15,20 @@ elseif(ORV_WITH_SNDFILE)
   pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile>=1.1)
   set(ORV_HAS_SNDFILE ON)
 endif()
+
+set(ORV_WITH_PIPEWIRE AUTO CACHE STRING
+  "Use the machine's audio devices through PipeWire: ON, OFF, or AUTO, which is ON where its library is installed")
+set_property(CACHE ORV_WITH_PIPEWIRE PROPERTY STRINGS AUTO ON OFF)
+set(ORV_HAS_PIPEWIRE OFF)
+if(ORV_WITH_PIPEWIRE STREQUAL "AUTO")
+  pkg_check_modules(PIPEWIRE IMPORTED_TARGET libpipewire-0.3>=0.3.65)
+  set(ORV_HAS_PIPEWIRE ${PIPEWIRE_FOUND})
+elseif(ORV_WITH_PIPEWIRE)
+  pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3>=0.3.65)
+  set(ORV_HAS_PIPEWIRE ON)
+endif()
+if(ORV_HAS_PIPEWIRE)
+  # All that is left of them is _REENTRANT, which the C library has not needed for long, and which would keep precompiled
+  # headers from being shared.
+  set_property(TARGET PkgConfig::PIPEWIRE PROPERTY INTERFACE_COMPILE_OPTIONS)
+endif()

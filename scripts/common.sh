@@ -8,8 +8,9 @@ jobs=${ORV_JOBS:-$(nproc)}
 
 # What a build needs, and what each further use adds to it. Debian package names.
 build_packages=(build-essential cmake ninja-build pkg-config libsoxr-dev libhwy-dev libcli11-dev nlohmann-json3-dev
-  libsndfile1-dev)
-test_packages=(libgtest-dev libglib2.0-dev sndfile-programs sox ffmpeg librsvg2-bin cuetools)
+  libsndfile1-dev libpipewire-0.3-dev)
+test_packages=(libgtest-dev libglib2.0-dev sndfile-programs sox ffmpeg librsvg2-bin cuetools
+  pipewire pipewire-bin wireplumber)
 clang_packages=(clang libclang-rt-14-dev)
 lint_packages=(clang-format clang-tidy shellcheck git)
 bench_packages=(libjack-jackd2-dev libswresample-dev libavcodec-dev sox ffmpeg)

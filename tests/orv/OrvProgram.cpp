@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -18,7 +19,9 @@ extern char** environ;
 namespace orv::test {
 namespace {
 
+/// What devices the machine has is no concern of a test that does not say so with `--hardware`.
 std::vector<std::string> commandLine(const std::vector<std::string>& arguments) {
+  setenv("ORV_HARDWARE", "virtual", 1);
   std::vector<std::string> command{ORV_PROGRAM};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;

@@ -15,13 +15,13 @@ TEST(OrvUsage, VersionIsTheProjects) {
 TEST(OrvUsage, HelpNamesTheSubcommands) {
   const ProcessResult result = runOrv({"--help"});
   EXPECT_EQ(result.status, 0);
-  for (const char* command : {"info", "split", "tracks", "export", "process", "convert", "check"}) {
+  for (const char* command : {"info", "split", "tracks", "export", "process", "convert", "check", "play"}) {
     EXPECT_NE(result.output.find(command), std::string::npos);
   }
 }
 
 TEST(OrvUsage, HelpOfEachSubcommandHasAnExample) {
-  for (const char* command : {"info", "split", "tracks", "export", "process", "convert", "check"}) {
+  for (const char* command : {"info", "split", "tracks", "export", "process", "convert", "check", "play"}) {
     const ProcessResult result = runOrv({command, "--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_NE(result.output.find(std::string("Example:\n  orv ") + command), std::string::npos) << result.output;

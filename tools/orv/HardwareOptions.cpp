@@ -1,11 +1,14 @@
 #include "HardwareOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
 #include "Failure.h"
 #include "OrvCoreAudio/OrvAudioDevice.h"
+#include "OrvPlatform/PipeWireHardware.h"
 #include "OrvPlatform/VirtualHardware.h"
 #include "Text.h"
 
@@ -13,7 +16,12 @@ namespace orv::cli {
 namespace {
 
 constexpr const char* kVirtual = "virtual";
+constexpr const char* kPipeWire = "pipewire";
 constexpr const char* kAuto = "auto";
+
+/// A server that is there answers within a few milliseconds. One that a person asked for may take its time.
+constexpr std::chrono::milliseconds kAutoLimit(200);
+constexpr std::chrono::milliseconds kPipeWireLimit(3000);
 
 std::string wantedHardware(const HardwareOptions& options) {
   if (!options.hardware.empty()) {
@@ -65,6 +73,51 @@ void feed(VirtualHardware& hardware, const HardwareOptions& options) {
   }
 }
 
+bool wantsVirtual(const HardwareOptions& options) {
+  return !options.virtualInputs.empty() || !options.virtualOutput.empty() || !options.virtualDevices.empty();
+}
+
+void useVirtual(const HardwareOptions& options) {
+  const auto hardware = makeVirtual(options);
+  installAudioHardware(hardware);
+  feed(*hardware, options);
+}
+
+/// Whether the machine's own devices are in use.
+bool& usesMachine() {
+  static bool uses = false;
+  return uses;
+}
+
+void useMachine(std::shared_ptr<AudioHardware> hardware) {
+  installAudioHardware(std::move(hardware));
+  usesMachine() = true;
+}
+
+void usePipeWire(const HardwareOptions& options) {
+  if (wantsVirtual(options)) {
+    throw Failure("--virtual-input, --virtual-output and --virtual-devices go with virtual hardware only");
+  }
+  std::string problem;
+  auto hardware = connectToPipeWire(kPipeWireLimit, &problem);
+  if (hardware == nullptr) {
+    throw Failure(kPipeWire, problem);
+  }
+  useMachine(std::move(hardware));
+}
+
+/// Whether the machine's own devices are there to be used; they are then. Otherwise a line says so.
+bool foundPipeWire() {
+  std::string problem;
+  auto hardware = connectToPipeWire(kAutoLimit, &problem);
+  if (hardware == nullptr) {
+    std::fprintf(stderr, "orv: %s; using virtual hardware\n", printable(problem).c_str());
+    return false;
+  }
+  useMachine(std::move(hardware));
+  return true;
+}
+
 bool isNamed(const OrvAudioDevice& device, const std::string& wanted) {
   return device.deviceUID() == wanted || std::to_string(device.deviceID()) == wanted;
 }
@@ -89,7 +142,7 @@ std::shared_ptr<HardwareOptions> addHardwareOptions(CLI::App& program) {
   auto options = std::make_shared<HardwareOptions>();
   const char* const group = "Hardware";
   program.add_option("--hardware", options->hardware, "auto, pipewire or virtual (auto, or $ORV_HARDWARE)")
-      ->check(CLI::IsMember({kAuto, "pipewire", kVirtual}))
+      ->check(CLI::IsMember({kAuto, kPipeWire, kVirtual}))
       ->type_name("KIND")
       ->group(group);
   program.add_option("--virtual-input", options->virtualInputs, "What the virtual input hears; one after the other")
@@ -109,12 +162,20 @@ std::shared_ptr<HardwareOptions> addHardwareOptions(CLI::App& program) {
 
 void useHardware(const HardwareOptions& options) {
   const std::string wanted = wantedHardware(options);
-  if (wanted != kVirtual && wanted != kAuto) {
-    throw Failure(wanted, wanted == "pipewire" ? "this build has no such hardware" : "no hardware of that kind");
+  if (wanted != kVirtual && wanted != kPipeWire && wanted != kAuto) {
+    throw Failure(wanted, "no hardware of that kind");
   }
-  const auto hardware = makeVirtual(options);
-  installAudioHardware(hardware);
-  feed(*hardware, options);
+  if (wanted == kPipeWire) {
+    usePipeWire(options);
+  } else if (wanted == kVirtual || wantsVirtual(options) || !foundPipeWire()) {
+    useVirtual(options);
+  }
+}
+
+void letHardwareGo() {
+  if (std::exchange(usesMachine(), false)) {
+    installAudioHardware(nullptr);
+  }
 }
 
 std::shared_ptr<OrvAudioDevice> deviceFor(const std::string& wanted, bool isInput) {

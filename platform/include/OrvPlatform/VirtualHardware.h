@@ -139,6 +139,8 @@ class ORV_API VirtualHardware : public AudioHardware {
   static std::shared_ptr<VirtualHardware> fromJSON(const std::string& text, std::string* problem);
   static std::shared_ptr<VirtualHardware> fromJSONFile(const std::string& path, std::string* problem);
 
+  virtual VirtualClock clock() const = 0;
+
   /// Plugs a device in; the first that can be the default of its direction becomes it. Its ID is returned, 0 with one
   /// line in `*problem` (may be null) when the description makes no sense or the UID or ID is there already.
   virtual AudioDeviceID plug(const VirtualDevice& device, std::string* problem = nullptr) = 0;

@@ -40,6 +40,7 @@ class Backend final : public VirtualHardware {
   OSStatus start(AudioDeviceID device, HardwareCycleSink* sink) override;
   OSStatus stop(AudioDeviceID device) override;
 
+  VirtualClock clock() const override { return surroundings_.options.clock; }
   AudioDeviceID plug(const VirtualDevice& device, std::string* problem) override;
   bool unplug(AudioDeviceID device) override;
   AudioDeviceID swap(AudioDeviceID device, const VirtualDevice& with, std::string* problem) override;

@@ -6,8 +6,8 @@
 #include "OrvPlatform/AudioHardwareBackend.h"
 #include "OrvPlatform/VirtualHardware.h"
 #include "hardware/virtual/CyclePlan.h"
-#include "hardware/virtual/DeviceState.h"
 #include "hardware/virtual/Gains.h"
+#include "hardware/virtual/Model.h"
 #include "hardware/virtual/Timeline.h"
 
 namespace orv::virtualhardware {

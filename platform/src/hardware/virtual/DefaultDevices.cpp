@@ -1,10 +1,10 @@
 #include "OrvPlatform/VirtualHardware.h"
-#include "hardware/virtual/Formats.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv {
 namespace {
 
-using virtualhardware::packedFormat;
+using hardwaremodel::packedFormat;
 
 /// Types of terminals of the USB audio class: microphone, speaker, line connector.
 constexpr std::uint32_t kMicrophone = 0x0201;

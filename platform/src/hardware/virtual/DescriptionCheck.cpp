@@ -5,7 +5,7 @@
 #include <set>
 
 #include "OrvPlatform/Log.h"
-#include "hardware/virtual/Formats.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv::virtualhardware {
 namespace {
@@ -76,7 +76,8 @@ Problem problemOf(const VirtualStream& stream, const VirtualDevice& device) {
   Problem problem = tooMany("physicalFormats", stream.physicalFormats.size(), kMostEntries);
   const std::uint32_t channels = stream.physicalFormats.front().mChannelsPerFrame;
   for (const AudioStreamBasicDescription& format : stream.physicalFormats) {
-    const bool hasRate = format.mSampleRate == 0.0 || offersRate(device.nominalSampleRates, format.mSampleRate);
+    const bool hasRate =
+        format.mSampleRate == 0.0 || hardwaremodel::offersRate(device.nominalSampleRates, format.mSampleRate);
     problem =
         Check()
             .look([&] { return problem; })
@@ -87,7 +88,7 @@ Problem problemOf(const VirtualStream& stream, const VirtualDevice& device) {
             .problem();
   }
   if (problem.empty() &&
-      !formatAtRate(stream.physicalFormats, stream.physicalFormats.front(), device.nominalSampleRate)) {
+      !hardwaremodel::formatAtRate(stream.physicalFormats, stream.physicalFormats.front(), device.nominalSampleRate)) {
     problem = "physicalFormats: none has the device's nominal sample rate";
   }
   return problem;
@@ -176,7 +177,7 @@ Problem badRates(const VirtualDevice& device) {
   for (const AudioValueRange& range : device.nominalSampleRates) {
     problem = problem.empty() ? badRange("nominalSampleRates", range, 1, kHighestRate) : problem;
   }
-  if (problem.empty() && !offersRate(device.nominalSampleRates, device.nominalSampleRate)) {
+  if (problem.empty() && !hardwaremodel::offersRate(device.nominalSampleRates, device.nominalSampleRate)) {
     problem = formatText("nominalSampleRate: %g is not among the nominalSampleRates", device.nominalSampleRate);
   }
   return problem;

@@ -9,7 +9,7 @@
 #include "OrvPlatform/JSON.h"
 #include "OrvPlatform/Log.h"
 #include "hardware/virtual/DescriptionCheck.h"
-#include "hardware/virtual/Formats.h"
+#include "hardware/virtual/Model.h"
 #include "hardware/virtual/ObjectReader.h"
 
 namespace orv::virtualhardware {
@@ -181,7 +181,8 @@ class Reader {
       stream.physicalFormats.push_back(format(element, formatPlace, channels));
     });
     if (!reader.has("physicalFormats")) {
-      stream.physicalFormats = {packedFormat(channels, 24, false, false), packedFormat(channels, 16, false, false)};
+      stream.physicalFormats = {hardwaremodel::packedFormat(channels, 24, false, false),
+                                hardwaremodel::packedFormat(channels, 16, false, false)};
     }
     reader.finish();
     return stream;
@@ -205,7 +206,7 @@ class Reader {
       reader.refuse("bits", formatText("%u is not possible: 8 to 32, or 32 or 64 for floats", bits));
       return {};
     }
-    AudioStreamBasicDescription format = packedFormat(channels, bits, isFloat, isBigEndian);
+    AudioStreamBasicDescription format = hardwaremodel::packedFormat(channels, bits, isFloat, isBigEndian);
     format.mSampleRate = rate;
     return format;
   }

@@ -1,17 +1,22 @@
 #include "hardware/virtual/Device.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "hardware/virtual/StreamProperties.h"
+#include "hardware/virtual/DescribedState.h"
 
 namespace orv::virtualhardware {
+
+using hardwaremodel::PropertyAddress;
+using hardwaremodel::readDeviceProperty;
+using hardwaremodel::readStreamProperty;
+using hardwaremodel::writeDeviceProperty;
+using hardwaremodel::writeStreamProperty;
 
 Device::Device(const VirtualDevice& description, AudioDeviceID id, AudioStreamID firstStream,
                Surroundings& surroundings, CycleCounters::Slot& counter)
     : counter_(counter, id),
       surroundings_(surroundings),
-      state_(description, id, firstStream),
+      state_(stateOf(description, id, firstStream)),
       id_(id),
       uid_(state_.uid),
       firstStream_(firstStream),
@@ -32,34 +37,22 @@ double Device::nominalRate() {
   return state_.cycle.nominalRate;
 }
 
-OSStatus Device::read(std::uint32_t channel, bool isInput, AudioDevicePropertyID property, Answer answer,
-                      bool* isWritable) {
-  const DeviceProperty* const found = findDeviceProperty(property);
-  if (found == nullptr) {
-    return kAudioHardwareUnknownPropertyError;
-  }
+OSStatus Device::read(const PropertyAddress& address, Answer answer, bool* isWritable) {
   const std::lock_guard guard(stateMutex_);
   state_.isRunning = runner_.isRunning();
-  const PropertyPlace place = {state_, state_.section(isInput), channel};
-  if (!isInScope(*found, place)) {
-    return kAudioHardwareUnknownPropertyError;
-  }
-  const OSStatus status = found->read(place, answer);
-  if (status == noErr && isWritable != nullptr) {
-    *isWritable = found->write != nullptr && (found->isWritable == nullptr || found->isWritable(place));
-  }
-  return status;
+  state_.isRunningSomewhere = state_.isRunning;
+  return readDeviceProperty(state_, address, answer, isWritable);
 }
 
 OSStatus Device::propertyInfo(std::uint32_t channel, bool isInput, AudioDevicePropertyID property, std::uint32_t* size,
                               bool* isWritable) {
-  return read(channel, isInput, property, Answer(size), isWritable);
+  return read({channel, isInput, property}, Answer(size), isWritable);
 }
 
 OSStatus Device::property(std::uint32_t channel, bool isInput, AudioDevicePropertyID property, std::uint32_t* size,
                           void* data) {
   const OSStatus fault = faults_.next(VirtualFault::Kind::propertyRead, property);
-  return fault != noErr ? fault : read(channel, isInput, property, Answer(size, data), nullptr);
+  return fault != noErr ? fault : read({channel, isInput, property}, Answer(size, data), nullptr);
 }
 
 OSStatus Device::setProperty(std::uint32_t channel, bool isInput, AudioDevicePropertyID property, std::uint32_t size,
@@ -67,50 +60,24 @@ OSStatus Device::setProperty(std::uint32_t channel, bool isInput, AudioDevicePro
   if (const OSStatus fault = faults_.next(VirtualFault::Kind::propertyWrite, property); fault != noErr) {
     return fault;
   }
-  std::uint32_t needed = 0;
-  bool isWritable = false;
-  const OSStatus status = propertyInfo(channel, isInput, property, &needed, &isWritable);
-  if (status != noErr) {
-    return status;
-  }
-  if (!isWritable) {
-    return kAudioHardwareIllegalOperationError;
-  }
-  if (size != needed) {
-    return kAudioHardwareBadPropertySizeError;
-  }
   return change([&](PropertyChanges& changes) {
-    return findDeviceProperty(property)->write({state_, state_.section(isInput), channel, data, changes});
+    return writeDeviceProperty(state_, {channel, isInput, property}, size, data, changes);
   });
-}
-
-const SectionState& Device::sectionOfStream(AudioStreamID stream) const {
-  return state_.section(stream - firstStream_ < state_.input.streams.size());
-}
-
-OSStatus Device::readStream(AudioStreamID stream, std::uint32_t channel, AudioStreamPropertyID property,
-                            Answer answer) {
-  const std::lock_guard guard(stateMutex_);
-  const SectionState& section = sectionOfStream(stream);
-  const auto found = std::find_if(section.streams.begin(), section.streams.end(),
-                                  [&](const StreamState& candidate) { return candidate.id == stream; });
-  return found == section.streams.end() ? kAudioHardwareBadStreamError
-                                        : readStreamProperty(state_, section, *found, channel, property, answer);
 }
 
 OSStatus Device::streamPropertyInfo(AudioStreamID stream, std::uint32_t channel, AudioStreamPropertyID property,
                                     std::uint32_t* size, bool* isWritable) {
-  const OSStatus status = readStream(stream, channel, property, Answer(size));
-  if (status == noErr) {
-    *isWritable = isWritableFormat(property);
-  }
-  return status;
+  const std::lock_guard guard(stateMutex_);
+  return readStreamProperty(state_, stream, channel, property, Answer(size), isWritable);
 }
 
 OSStatus Device::streamProperty(AudioStreamID stream, std::uint32_t channel, AudioStreamPropertyID property,
                                 std::uint32_t* size, void* data) {
-  const OSStatus fault = faults_.next(VirtualFault::Kind::propertyRead, property);
-  return fault != noErr ? fault : readStream(stream, channel, property, Answer(size, data));
+  if (const OSStatus fault = faults_.next(VirtualFault::Kind::propertyRead, property); fault != noErr) {
+    return fault;
+  }
+  const std::lock_guard guard(stateMutex_);
+  return readStreamProperty(state_, stream, channel, property, Answer(size, data), nullptr);
 }
 
 OSStatus Device::setStreamProperty(AudioStreamID stream, std::uint32_t channel, AudioStreamPropertyID property,
@@ -118,23 +85,8 @@ OSStatus Device::setStreamProperty(AudioStreamID stream, std::uint32_t channel, 
   if (const OSStatus fault = faults_.next(VirtualFault::Kind::propertyWrite, property); fault != noErr) {
     return fault;
   }
-  std::uint32_t needed = 0;
-  bool isWritable = false;
-  const OSStatus status = streamPropertyInfo(stream, channel, property, &needed, &isWritable);
-  if (status != noErr) {
-    return status;
-  }
-  if (!isWritable) {
-    return kAudioHardwareIllegalOperationError;
-  }
-  AudioStreamBasicDescription format = {};
-  if (size != sizeof format) {
-    return kAudioHardwareBadPropertySizeError;
-  }
-  std::memcpy(&format, data, sizeof format);
   return change([&](PropertyChanges& changes) {
-    SectionState& section = state_.section(sectionOfStream(stream).isInput);
-    return writeStreamFormat(state_, section, stream, property, format, changes);
+    return writeStreamProperty(state_, stream, channel, property, size, data, changes);
   });
 }
 
@@ -264,11 +216,11 @@ bool Device::inputIsAtEnd() {
 }
 
 OSStatus Device::setNominalRate(double rate) {
-  return change([&](PropertyChanges& changes) { return changeNominalRate(state_, rate, changes); });
+  return change([&](PropertyChanges& changes) { return hardwaremodel::changeNominalRate(state_, rate, changes); });
 }
 
 OSStatus Device::setFrames(std::uint32_t frames) {
-  return change([&](PropertyChanges& changes) { return changeFrames(state_, frames, changes); });
+  return change([&](PropertyChanges& changes) { return hardwaremodel::changeFrames(state_, frames, changes); });
 }
 
 OSStatus Device::setJack(bool isInput, bool isConnected) {
@@ -276,14 +228,14 @@ OSStatus Device::setJack(bool isInput, bool isConnected) {
     if (state_.section(isInput).streams.empty()) {
       return kAudioHardwareUnknownPropertyError;
     }
-    changeJack(state_, isInput, isConnected, changes);
+    hardwaremodel::changeJack(state_, isInput, isConnected, changes);
     return noErr;
   });
 }
 
 void Device::setDrift(double partsPerMillion) {
   change([&](PropertyChanges& changes) {
-    changeDrift(state_, partsPerMillion, changes);
+    hardwaremodel::changeDrift(state_, partsPerMillion, changes);
     return noErr;
   });
 }

@@ -5,12 +5,12 @@
 #include <mutex>
 #include <string>
 
+#include "hardware/model/DeviceCalls.h"
 #include "hardware/virtual/CycleCounters.h"
 #include "hardware/virtual/CycleEngine.h"
 #include "hardware/virtual/CycleRunner.h"
-#include "hardware/virtual/DeviceState.h"
 #include "hardware/virtual/Faults.h"
-#include "hardware/virtual/Property.h"
+#include "hardware/virtual/Model.h"
 #include "hardware/virtual/Wiring.h"
 
 namespace orv::virtualhardware {
@@ -86,12 +86,10 @@ class Device {
   void deliverLoopback();
 
  private:
-  OSStatus read(std::uint32_t channel, bool isInput, AudioDevicePropertyID property, Answer answer, bool* isWritable);
-  OSStatus readStream(AudioStreamID stream, std::uint32_t channel, AudioStreamPropertyID property, Answer answer);
+  OSStatus read(const hardwaremodel::PropertyAddress& address, Answer answer, bool* isWritable);
   template <typename Change>
   OSStatus change(const Change& change);
   void apply(const DeviceState& before, const PropertyChanges& changes);
-  const SectionState& sectionOfStream(AudioStreamID stream) const;
 
   const CycleCounters::Claim counter_;  // first: given back when nothing counts any more
   Surroundings& surroundings_;

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "OrvPlatform/Log.h"
-#include "hardware/virtual/Formats.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv::virtualhardware {
 namespace {
@@ -32,7 +32,8 @@ std::unique_ptr<FileDecoder> FileDecoder::open(const std::string& path, double r
   const AudioStreamBasicDescription& format = session->format();
   const std::uint32_t convertedChannels = format.mChannelsPerFrame == 1 ? 1 : channels;
   std::unique_ptr<Converter> converter;
-  const OSStatus made = converterService()->make(format, floatFormat(convertedChannels, rate), &converter);
+  const OSStatus made =
+      converterService()->make(format, hardwaremodel::floatFormat(convertedChannels, rate), &converter);
   if (made != noErr || converter == nullptr || format.mBytesPerPacket == 0 || format.mFramesPerPacket == 0) {
     *problem = path + ": its format can't be played at " + formatText("%g Hz", rate);
     return nullptr;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "hardware/virtual/DeviceState.h"
+#include "hardware/virtual/Model.h"
 #include "hardware/virtual/StreamBuffers.h"
 
 namespace orv::virtualhardware {

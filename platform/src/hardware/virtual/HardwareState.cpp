@@ -5,6 +5,9 @@
 #include <cstring>
 #include <utility>
 
+#include "hardware/model/DeviceCalls.h"
+#include "hardware/virtual/DescriptionCheck.h"
+
 namespace orv::virtualhardware {
 namespace {
 
@@ -108,28 +111,11 @@ OSStatus HardwareState::readDevices(Answer& answer) const {
   return answer.list(ids);
 }
 
-/// A UID that nobody has gives the ID 0, and no data: neither is anything filled in, nor is that a failure.
 OSStatus HardwareState::readDeviceForUID(Answer& answer) const {
-  AudioValueTranslation translation = {};
-  if (answer.isSizeOnly()) {
-    return answer.value(translation);
-  }
-  AudioDeviceID id = kAudioDeviceUnknown;
-  if (!answer.passedIn(&translation) || translation.mOutputDataSize < sizeof id) {
-    return kAudioHardwareBadPropertySizeError;
-  }
-  if (translation.mInputData == nullptr || translation.mOutputData == nullptr) {
-    return kAudioHardwareIllegalOperationError;
-  }
-  // No UID is longer, so a longer text is none of them; and a text without an end does no harm.
-  const auto* const text = static_cast<const char*>(translation.mInputData);
-  const std::string uid(text, strnlen(text, kLongestText + 1));
-  const auto found = deviceForUID(uid);
-  id = found == nullptr ? kAudioDeviceUnknown : found->id();
-  std::memcpy(translation.mOutputData, &id, sizeof id);
-  translation.mOutputDataSize = found == nullptr ? 0 : sizeof id;
-  const OSStatus status = answer.value(translation);
-  return found == nullptr ? answer.bytes(nullptr, 0) : status;
+  return hardwaremodel::answerDeviceForUID(answer, kLongestText, [&](const std::string& uid) {
+    const auto found = deviceForUID(uid);
+    return found == nullptr ? kAudioDeviceUnknown : found->id();
+  });
 }
 
 bool HardwareState::isWritable(AudioHardwarePropertyID property) {

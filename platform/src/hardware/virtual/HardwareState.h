@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "hardware/virtual/Answer.h"
 #include "hardware/virtual/Device.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv::virtualhardware {
 

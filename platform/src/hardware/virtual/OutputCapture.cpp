@@ -9,7 +9,7 @@
 
 #include "OrvPlatform/Log.h"
 #include "OrvPlatform/Thread.h"
-#include "hardware/virtual/Formats.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv::virtualhardware {
 namespace {
@@ -90,7 +90,7 @@ std::shared_ptr<OutputCapture> OutputCapture::open(const std::string& path, doub
     *problem = path + ": output is captured there already";
     return nullptr;
   }
-  AudioStreamBasicDescription format = packedFormat(channels, 32, true, *type == kAudioFileAIFCType);
+  AudioStreamBasicDescription format = hardwaremodel::packedFormat(channels, 32, true, *type == kAudioFileAIFCType);
   format.mSampleRate = rate;
   std::unique_ptr<AudioFileSession> session;
   const auto service = audioFileService();
@@ -241,7 +241,8 @@ bool OutputCapture::makeConverter(double rate) {
     return true;
   }
   drainConverter();
-  const OSStatus status = converterService()->make(floatFormat(channels_, rate), session_->format(), &converter_);
+  const OSStatus status =
+      converterService()->make(hardwaremodel::floatFormat(channels_, rate), session_->format(), &converter_);
   converterRate_ = rate;
   if (status != noErr) {
     fail(status);

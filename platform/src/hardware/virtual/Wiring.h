@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "hardware/virtual/CyclePlan.h"
-#include "hardware/virtual/DeviceState.h"
+#include "hardware/virtual/Model.h"
 
 namespace orv::virtualhardware {
 

@@ -28,6 +28,8 @@ class BackendUnderTest {
 struct BackendDescription {
   std::string name;
   std::function<std::unique_ptr<BackendUnderTest>()> make;
+  /// Why it can't be tested on this machine; empty when it can. May be left out.
+  std::function<std::string()> whyNot;
 };
 
 }  // namespace orv::test

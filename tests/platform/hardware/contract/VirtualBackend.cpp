@@ -44,7 +44,7 @@ BackendDescription description(const char* name, VirtualClock clock, double acce
   VirtualHardwareOptions options;
   options.clock = clock;
   options.acceleration = acceleration;
-  return {name, [options] { return std::make_unique<VirtualBackend>(options); }};
+  return {name, [options] { return std::make_unique<VirtualBackend>(options); }, {}};
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "hardware/HardwareCycleMark.h"
 #include "hardware/virtual/CycleCounters.h"
 #include "hardware/virtual/CycleEngine.h"
+#include "hardware/virtual/DescribedState.h"
 #include "hardware/virtual/FileFeed.h"
 #include "hardware/virtual/Wiring.h"
 #include "support/RealTimeInterposer.h"
@@ -18,9 +19,9 @@
 namespace orv::test {
 namespace {
 
+using hardwaremodel::DeviceState;
 using virtualhardware::CycleCounters;
 using virtualhardware::CycleEngine;
-using virtualhardware::DeviceState;
 using virtualhardware::FileFeed;
 using virtualhardware::FileFeedSetup;
 using virtualhardware::FilePlace;
@@ -64,7 +65,7 @@ class RealTimeRules : public testing::Test {
   SilentSink sink_;
   Surroundings surroundings_;
   std::atomic<std::uint64_t> counter_{0};
-  DeviceState state_{described(), 1, 1};
+  DeviceState state_ = virtualhardware::stateOf(described(), 1, 1);
   CycleEngine engine_{state_, surroundings_, counter_};
   Wiring wiring_{state_, engine_.plans()};
   std::shared_ptr<Waker> waker_ = std::make_shared<Waker>();
