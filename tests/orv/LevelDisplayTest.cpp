@@ -19,11 +19,13 @@ LevelTap::Cycle cycleOf(std::uint32_t frames, float peak, float magnitude) {
   return cycle;
 }
 
-/// Hands a tap one cycle of interleaved samples.
-void hear(LevelTap& tap, std::vector<float> samples, std::uint32_t channels) {
+/// Hands a tap one cycle of interleaved samples. Below 0, the sample time is not known.
+void hear(LevelTap& tap, std::vector<float> samples, std::uint32_t channels, double sampleTime = -1) {
   const AudioBufferList input{1,
                               {{channels, static_cast<std::uint32_t>(samples.size() * sizeof(float)), samples.data()}}};
-  const AudioTimeStamp time{};
+  AudioTimeStamp time{};
+  time.mSampleTime = sampleTime;
+  time.mFlags = sampleTime >= 0 ? kAudioTimeStampSampleTimeValid : 0;
   AudioBufferList output{0, {{0, 0, nullptr}}};
   tap.audioIOHandler_inNow_inInputData_inInputTime_outOutputData_inOutputTime_inClientData(
       nullptr, &time, &input, &time, &output, &time, nullptr);
@@ -41,6 +43,24 @@ TEST(OrvLevelTap, TellsTheLargestSampleAndTheLargestMagnitudeOfEachChannel) {
   EXPECT_EQ(cycle.peaks[1], 0.0F);
   EXPECT_EQ(cycle.magnitudes[1], 0.5F);
   EXPECT_FALSE(tap.take(&cycle));
+}
+
+TEST(OrvLevelTap, TellsTheFramesThatTheDeviceLeftOut) {
+  LevelTap tap;
+  const auto missing = [&](double sampleTime) {
+    hear(tap, {0, 0, 0, 0}, 2, sampleTime);
+    LevelTap::Cycle cycle;
+    EXPECT_TRUE(tap.take(&cycle));
+    return cycle.missing;
+  };
+  EXPECT_EQ(missing(1000), 0U);  // a device that ran before
+  EXPECT_EQ(missing(1002), 0U);
+  EXPECT_EQ(missing(1010), 6U);
+  EXPECT_EQ(missing(1012), 0U);
+  EXPECT_EQ(missing(-1), 0U);  // not known
+  EXPECT_EQ(missing(5000), 0U);
+  EXPECT_EQ(missing(10), 0U);  // it began anew
+  EXPECT_EQ(missing(12), 0U);
 }
 
 TEST(OrvLevelTap, KeepsEveryCycleInOrderUntilItIsFullAndThenCounts) {

@@ -27,6 +27,8 @@ bool LevelFollower::update(std::uint64_t end) {
   bool isAnyNew = false;
   while (total_.to < end && tap_->take(&cycle)) {
     isAnyNew = true;
+    firstMissingBefore_ = missing_ == 0 ? total_.to : firstMissingBefore_;
+    missing_ += cycle.missing;
     latest_.add(cycle);
     total_.add(cycle);
   }

@@ -32,6 +32,10 @@ class LevelFollower {
   const Levels& total() const { return total_; }
   void restart() { latest_.restart(); }
 
+  /// Frames that the device left out, and before which of those that came it did so first. Hardware does that where the
+  /// machine is too late for it.
+  std::uint64_t missing() const { return missing_; }
+  std::uint64_t firstMissingBefore() const { return firstMissingBefore_; }
   /// Cycles that `update` was too late for.
   std::uint64_t lost() const { return tap_->lost(); }
   /// Why nothing will come any more, as far as one can tell: the device is gone, or has delivered nothing for seconds.
@@ -44,6 +48,8 @@ class LevelFollower {
   std::chrono::steady_clock::time_point lastCycle_ = std::chrono::steady_clock::now();
   Levels latest_;
   Levels total_;
+  std::uint64_t missing_ = 0;
+  std::uint64_t firstMissingBefore_ = 0;
 };
 
 }  // namespace orv::cli

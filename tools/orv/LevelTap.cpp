@@ -27,8 +27,11 @@ void scan(const AudioBuffer& buffer, LevelTap::Cycle* cycle) noexcept {
 
 OSStatus LevelTap::audioIOHandler_inNow_inInputData_inInputTime_outOutputData_inOutputTime_inClientData(
     OrvAudioDevice* /*device*/, const AudioTimeStamp* /*now*/, const AudioBufferList* inputData,
-    const AudioTimeStamp* /*inputTime*/, AudioBufferList* outputData, const AudioTimeStamp* /*outputTime*/,
+    const AudioTimeStamp* inputTime, AudioBufferList* outputData, const AudioTimeStamp* outputTime,
     void* /*clientData*/) noexcept {
+  const bool isInput = side_ == Side::input;
+  const AudioBufferList* const heard = isInput ? inputData : outputData;
+  const std::uint64_t missing = missingBefore(isInput ? *inputTime : *outputTime, *heard);
   const std::size_t put = put_.load(std::memory_order_relaxed);
   if (put - taken_.load(std::memory_order_acquire) == kCapacity) {
     lost_.fetch_add(1, std::memory_order_relaxed);
@@ -36,12 +39,27 @@ OSStatus LevelTap::audioIOHandler_inNow_inInputData_inInputTime_outOutputData_in
   }
   Cycle& cycle = cycles_[put % kCapacity];
   cycle = Cycle();
-  const AudioBufferList* const heard = side_ == Side::input ? inputData : outputData;
+  cycle.missing = missing;
   if (heard->mNumberBuffers > 0) {
     scan(heard->mBuffers[0], &cycle);
   }
   put_.store(put + 1, std::memory_order_release);
   return noErr;
+}
+
+/// Sample times count the device's frames, also those of cycles that did not come about.
+std::uint64_t LevelTap::missingBefore(const AudioTimeStamp& time, const AudioBufferList& list) noexcept {
+  const double expected = nextSampleTime_;
+  const bool isTold = (time.mFlags & kAudioTimeStampSampleTimeValid) != 0;
+  const bool hasFrames = list.mNumberBuffers > 0 && list.mBuffers[0].mNumberChannels > 0;
+  if (!isTold || !hasFrames) {
+    nextSampleTime_ = -1;
+    return 0;
+  }
+  const std::uint32_t frameBytes = list.mBuffers[0].mNumberChannels * static_cast<std::uint32_t>(sizeof(float));
+  nextSampleTime_ = time.mSampleTime + list.mBuffers[0].mDataByteSize / frameBytes;
+  const bool isGap = expected >= 0 && time.mSampleTime >= expected + 1;
+  return isGap ? static_cast<std::uint64_t>(time.mSampleTime - expected) : 0;
 }
 
 bool LevelTap::take(Cycle* cycle) noexcept {

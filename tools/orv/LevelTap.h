@@ -23,6 +23,7 @@ class LevelTap final : public OrvObject, public OrvCoreAudioIOSubscriber {
   struct Cycle {
     std::uint32_t frames = 0;
     std::uint32_t channels = 0;
+    std::uint64_t missing = 0;  ///< frames that the device left out before it
     std::array<float, kChannels> peaks{};
     std::array<float, kChannels> magnitudes{};
   };
@@ -44,7 +45,10 @@ class LevelTap final : public OrvObject, public OrvCoreAudioIOSubscriber {
   /// Half a minute of cycles of 512 frames at 44.1 kHz. A power of two.
   static constexpr std::size_t kCapacity = 4096;
 
+  std::uint64_t missingBefore(const AudioTimeStamp& time, const AudioBufferList& list) noexcept;
+
   const Side side_;
+  double nextSampleTime_ = -1;  // I/O thread; below 0: not known
   std::array<Cycle, kCapacity> cycles_;
   alignas(64) std::atomic<std::size_t> put_{0};    // written by the I/O thread
   alignas(64) std::atomic<std::size_t> taken_{0};  // written by the main thread

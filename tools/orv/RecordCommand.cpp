@@ -156,6 +156,17 @@ class Recording {
     report();
   }
 
+  /// Nothing is lost behind the device, but before it there may be.
+  void checkForGaps() const {
+    if (levels_.missing() > 0) {
+      throw Failure(
+          printable(device_->description()),
+          formatText("left out %llu frames, the first at ", static_cast<unsigned long long>(levels_.missing())) +
+              timeText(static_cast<double>(levels_.firstMissingBefore()) / sampleRate_) +
+              ": the machine was too busy for it" + whatIsThere());
+    }
+  }
+
  private:
   void start() {
     ReplacedFile replaced(options_.path);
@@ -230,12 +241,14 @@ class Recording {
 void record(const RecordOptions& options, const HardwareOptions& hardware) {
   checkDestination(options.path, "", options.overwrite());
   useHardware(hardware);
-  Recording(options, deviceFor(options.device, true)).run();
+  Recording recording(options, deviceFor(options.device, true));
+  recording.run();
   forgetInterruption();  // it ended the recording, and the tracks are still wanted
   if (options.split) {
     const AudioFileTypeID type = openSource(options.path).file->fileType();
     splitAndStore(options.path, holdsTracks(type) ? TrackStore::internal : TrackStore::external, options.quiet);
   }
+  recording.checkForGaps();
 }
 
 constexpr const char* kHelpFooter =
