@@ -39,6 +39,19 @@ TEST(OrvDevices, JsonTellsWhatTheNamesSay) {
   }
 }
 
+TEST(OrvDevices, JsonTellsTheVolumesThatThereAre) {
+  const TemporaryDirectory scratch;
+  const std::string path = scratch / "devices.json";
+  std::ofstream(path) << R"({"devices": [{"uid": "x", "output": {"streams": [{"channels": 2}],
+      "controls": [{"channel": 0, "hasVolume": false, "isMuted": true}, {"channel": 2, "volume": 0.25}]}}]})";
+  const auto device = orvJson({"devices", "--hardware", "virtual", "--virtual-devices", path, "--json"})[0];
+  EXPECT_EQ(device["output"]["muted"], true);
+  EXPECT_TRUE(device["output"]["masterVolume"].is_null());
+  ASSERT_EQ(device["output"]["volumes"].size(), 2U);
+  EXPECT_TRUE(device["output"]["volumes"][0].is_null());
+  EXPECT_EQ(device["output"]["volumes"][1], 0.25);
+}
+
 TEST(OrvDevices, TheTableNamesEachDevice) {
   const auto table = runOrv({"devices", "--hardware", "virtual"});
   EXPECT_EQ(table.status, 0);

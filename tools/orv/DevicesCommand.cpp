@@ -19,6 +19,26 @@ struct DevicesOptions {
   bool reports = false;
 };
 
+/// From 0 to 1; null for a channel without a control. Channel 0 is the master.
+void appendVolume(JsonWriter* json, const OrvAudioDevice& device, std::uint32_t channel, bool isInput) {
+  if (device.hasVolumeControl_isInput(channel, isInput)) {
+    json->value(device.volumeScalar_isInput(channel, isInput));
+  } else {
+    json->null();
+  }
+}
+
+/// Null where the direction has no mute.
+void appendMute(JsonWriter* json, const OrvAudioDevice& device, bool isInput) {
+  std::uint32_t isMuted = 0;
+  std::uint32_t size = sizeof isMuted;
+  if (AudioDeviceGetProperty(device.deviceID(), 0, isInput, kAudioDevicePropertyMute, &size, &isMuted) == noErr) {
+    json->value(isMuted != 0);
+  } else {
+    json->null();
+  }
+}
+
 void appendSection(JsonWriter* json, OrvAudioDevice& device, bool isInput) {
   json->key(isInput ? "input" : "output");
   if (!(isInput ? device.canBeInputDevice() : device.canBeOutputDevice())) {
@@ -30,6 +50,15 @@ void appendSection(JsonWriter* json, OrvAudioDevice& device, bool isInput) {
   json->key("sampleRate").value(device.nominalSampleRate(isInput));
   json->key("bufferFrameSize").value(device.bufferFrameSize(isInput));
   json->key("default").value(device.isDefaultDevice(isInput));
+  json->key("muted");
+  appendMute(json, device, isInput);
+  json->key("masterVolume");
+  appendVolume(json, device, 0, isInput);
+  json->key("volumes").beginArray();
+  for (std::uint32_t channel = 1; channel <= device.numberOfChannels(isInput); ++channel) {
+    appendVolume(json, device, channel, isInput);
+  }
+  json->endArray();
   json->endObject();
 }
 
