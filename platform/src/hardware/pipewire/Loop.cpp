@@ -2,6 +2,7 @@
 
 #include <pipewire/pipewire.h>
 
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <utility>
@@ -27,6 +28,11 @@ void run(const Loop::Task& task) noexcept {
 std::unique_ptr<Loop> Loop::make() {
   static const bool isInitialised = [] {
     pw_init(nullptr, nullptr);
+    // What is wrong is told through statuses and our own log; the library would write lines to standard error.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody sets variables here
+    if (std::getenv("PIPEWIRE_DEBUG") == nullptr) {
+      pw_log_set_level(SPA_LOG_LEVEL_NONE);
+    }
     return true;
   }();
   pw_thread_loop* const handle = isInitialised ? pw_thread_loop_new("orv pipewire", nullptr) : nullptr;
