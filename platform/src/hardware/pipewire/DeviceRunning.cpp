@@ -33,6 +33,9 @@ OSStatus Device::start(HardwareCycleSink* sink) {
   }
   if (status == noErr) {
     tellRunning(true);
+  } else if (io_ != nullptr && !io_->isRunning()) {
+    const Loop::Lock lock(loop_);
+    io_ = nullptr;  // what did not start does not start later either
   }
   releaseIO();
   return status;
@@ -90,6 +93,11 @@ OSStatus Device::openIO() {
   if (io_ == nullptr) {
     const DeviceIOSetup wanted = setup();
     io_ = wanted.core == nullptr ? nullptr : DeviceIO::make(wanted, *this);
+    if (io_ != nullptr) {
+      const std::lock_guard guard(mutex_);
+      io_->setDeviceLatency(true, state_.input.latency);
+      io_->setDeviceLatency(false, state_.output.latency);
+    }
   }
   return io_ == nullptr ? kAudioHardwareUnspecifiedError : noErr;
 }
