@@ -110,7 +110,7 @@ class Take {
 
 void waitUntil(const std::function<bool()>& isDone) {
   while (!isDone()) {
-    std::this_thread::sleep_for(std::chrono::microseconds(300));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));  // waking up costs processor time as well
   }
 }
 
