@@ -153,7 +153,8 @@ class ORV_API OrvAudioRecorder final : public OrvObject,
   /// Frames in bytes of the file's format. The device's frames, whatever the rate of the file.
   std::uint64_t lengthInBytes() const;
   std::uint64_t lengthInMilliSeconds() const;
-  /// What went wrong first, in one line for the person who uses the program; empty if nothing did.
+  /// What went wrong first, and how much is missing, in one line for the person who uses the program; empty if nothing
+  /// did.
   std::string lastProblem() const;
   std::string dumpDebugInfo();
 
@@ -206,6 +207,7 @@ class ORV_API OrvAudioRecorder final : public OrvObject,
   void watchDevice();
   void deviceMayHaveChanged();
   void reportDroppedBlocks();
+  std::string droppedBlocksText() const;
   void endInterrupted();
 
   // Any thread.

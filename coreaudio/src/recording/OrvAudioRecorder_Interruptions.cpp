@@ -63,12 +63,14 @@ void OrvAudioRecorder::endInterrupted() {
 
 void OrvAudioRecorder::reportDroppedBlocks() {
   dropsAreTold_ = false;  // the next one is told again
-  const std::string problem = orv::formatText(
-      "the disk does not keep up: %llu blocks with %llu frames are missing from the recording",
-      static_cast<unsigned long long>(droppedBlocks()), static_cast<unsigned long long>(droppedFrames()));
-  orv::log("OrvAudioRecorder: " + problem);
-  rememberProblem(problem);
+  orv::log("OrvAudioRecorder: " + droppedBlocksText());
   threadCallback(OrvAudioRecorderDroppedBlocksNotification);
+}
+
+std::string OrvAudioRecorder::droppedBlocksText() const {
+  return orv::formatText("the disk does not keep up: %llu blocks with %llu frames are missing from the recording",
+                         static_cast<unsigned long long>(droppedBlocks()),
+                         static_cast<unsigned long long>(droppedFrames()));
 }
 
 std::string OrvAudioRecorder::problemOf(const OrvAudioFile& file) {
@@ -88,7 +90,15 @@ void OrvAudioRecorder::forgetProblem() {
   lastProblem_.clear();
 }
 
+/// Blocks that are missing are counted by the device's thread, and are known here before the main thread has told.
 std::string OrvAudioRecorder::lastProblem() const {
-  const std::lock_guard fields(fieldLock);
-  return lastProblem_;
+  std::string text;
+  {
+    const std::lock_guard fields(fieldLock);
+    text = lastProblem_;
+  }
+  if (droppedBlocks_ > 0) {
+    text += (text.empty() ? "" : "; ") + droppedBlocksText();
+  }
+  return text;
 }

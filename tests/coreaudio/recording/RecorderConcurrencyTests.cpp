@@ -45,6 +45,12 @@ void waitForFrames(const OrvAudioRecorder& recorder, std::uint64_t frames) {
   }
 }
 
+/// Cycles come faster than any device makes them: the saver need not keep up, but then that must be told.
+void expectToBeWholeOrToldOf(OrvAudioRecorder& recorder) {
+  const bool isWhole = recorder.finishRecording();
+  EXPECT_EQ(isWhole, recorder.droppedBlocks() == 0) << recorder.lastProblem();
+}
+
 }  // namespace
 
 TEST_F(RecorderConcurrency, EveryFrameThatWasTakenIsInTheFile) {
@@ -116,7 +122,7 @@ TEST_F(RecorderConcurrency, ControlsFromSeveralThreadsAreSafe) {
   for (std::thread& host : hosts) {
     host.join();
   }
-  EXPECT_TRUE(recorder->finishRecording()) << recorder->lastProblem();
+  expectToBeWholeOrToldOf(*recorder);
   const auto reading = readIndependently(path);
   ASSERT_TRUE(reading);
   EXPECT_EQ(reading->frames, static_cast<std::int64_t>(recorder->recordedFrames()));
@@ -145,7 +151,7 @@ TEST_F(RecorderConcurrency, TheProcessorMayChangeInTheMidstOfCycles) {
     recorder->setAudioProcessor(i % 5 == 0 ? nullptr : std::make_shared<Gain>());
     pump();
   }
-  EXPECT_TRUE(recorder->finishRecording());
+  expectToBeWholeOrToldOf(*recorder);
 }
 
 TEST_F(RecorderConcurrency, TheLastReferenceMayGoAwayInACycle) {

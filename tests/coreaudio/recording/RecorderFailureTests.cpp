@@ -74,8 +74,23 @@ TEST_F(RecorderFailure, ABlockThatFindsNoBufferIsRefusedCountedLoggedAndTold) {
   EXPECT_EQ(count(kDropped), 2U);
   disk->goOn();
   EXPECT_FALSE(recorder->finishRecording());
-  EXPECT_EQ(recorder->lastProblem(), problem);
+  EXPECT_EQ(recorder->lastProblem(),
+            "the disk does not keep up: 3 blocks with 1536 frames are missing from the recording");
   expectFrames(taken);  // what waited was not overwritten
+}
+
+TEST_F(RecorderFailure, ARecordingWithDroppedBlocksIsNotWholeAlsoBeforeTheMainThreadHasHeardOfThem) {
+  useTroubledDisk();
+  const auto recorder = makeRecorder();
+  ASSERT_TRUE(recorder->startRecording());
+  disk->stall();
+  while (recorder->droppedBlocks() == 0) {
+    hardware->deliver(512);
+  }
+  disk->goOn();
+  EXPECT_FALSE(recorder->finishRecording());
+  EXPECT_EQ(recorder->lastProblem(),
+            "the disk does not keep up: 1 blocks with 512 frames are missing from the recording");
 }
 
 TEST_F(RecorderFailure, RecordingGoesOnBehindDroppedBlocks) {

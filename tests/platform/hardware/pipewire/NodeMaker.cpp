@@ -17,6 +17,9 @@ class Client {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
   ~Client() {
+    if (node_ != nullptr) {
+      pw_proxy_destroy(node_);
+    }
     pw_context_destroy(context_);
     pw_main_loop_destroy(loop_);
   }
@@ -25,7 +28,8 @@ class Client {
     if (core_ == nullptr) {
       return false;
     }
-    pw_core_create_object(core_, "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, &properties->dict, 0);
+    node_ = static_cast<pw_proxy*>(
+        pw_core_create_object(core_, "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, &properties->dict, 0));
     pw_core_events events{};
     events.version = PW_VERSION_CORE_EVENTS;
     events.done = [](void* self, std::uint32_t /*id*/, int sequence) {
@@ -50,6 +54,7 @@ class Client {
   pw_main_loop* loop_ = nullptr;
   pw_context* context_ = nullptr;
   pw_core* core_ = nullptr;
+  pw_proxy* node_ = nullptr;  // the node itself stays when this goes
   int question_ = 0;
   bool isAnswered_ = false;
 };
