@@ -13,7 +13,7 @@ test_packages=(libgtest-dev libglib2.0-dev sndfile-programs sox ffmpeg librsvg2-
   pipewire pipewire-bin wireplumber)
 clang_packages=(clang libclang-rt-14-dev)
 lint_packages=(clang-format clang-tidy shellcheck git)
-bench_packages=(libjack-jackd2-dev libswresample-dev libavcodec-dev sox ffmpeg)
+bench_packages=(libjack-jackd2-dev libswresample-dev libavcodec-dev sox ffmpeg pipewire pipewire-bin)
 accuracy_packages=(asc-music planetblupi-music-ogg singularity-music warzone2100-music wesnoth-1.16-music
   sonic-pi-samples espeak-ng mp3splt)
 demo_packages=(asc-music ffmpeg sox)
