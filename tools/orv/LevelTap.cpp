@@ -57,7 +57,8 @@ std::uint64_t LevelTap::missingBefore(const AudioTimeStamp& time, const AudioBuf
     return 0;
   }
   const std::uint32_t frameBytes = list.mBuffers[0].mNumberChannels * static_cast<std::uint32_t>(sizeof(float));
-  nextSampleTime_ = time.mSampleTime + list.mBuffers[0].mDataByteSize / frameBytes;
+  const std::uint32_t frames = list.mBuffers[0].mDataByteSize / frameBytes;
+  nextSampleTime_ = time.mSampleTime + frames;
   const bool isGap = expected >= 0 && time.mSampleTime >= expected + 1;
   return isGap ? static_cast<std::uint64_t>(time.mSampleTime - expected) : 0;
 }
