@@ -125,10 +125,12 @@ OSStatus Backend::start(AudioDeviceID device, HardwareCycleSink* sink) {
 }
 
 OSStatus Backend::stop(AudioDeviceID device) {
-  collectGone();
-  endCyclesOfGone(device);
+  // In this order: a device that is not on the list any more is among those that are gone by then.
   const auto found = find(device);
-  return found == nullptr ? noErr : found->stop();
+  const OSStatus status = found == nullptr ? noErr : found->stop();
+  endCyclesOfGone(device);
+  collectGone();
+  return status;
 }
 
 AudioDeviceID Backend::deviceForUID(const std::string& uid) {
